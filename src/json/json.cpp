@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: MIT
+#include "json/json.h"
+
+namespace vxq {
+
+cJSON* json_add(cJSON* object, const char* key, cJSON* member) {
+    // Keys are literals of this program: referring to them saves a copy for each member.
+    if (member != nullptr && cJSON_AddItemToObjectCS(object, key, member))
+        return member;
+    cJSON_Delete(member);
+    return nullptr;
+}
+
+cJSON* json_append(cJSON* array, cJSON* element) {
+    if (element != nullptr && cJSON_AddItemToArray(array, element))
+        return element;
+    cJSON_Delete(element);
+    return nullptr;
+}
+
+JsonText json_print(const JsonTree& tree) {
+    return JsonText(tree ? cJSON_Print(tree.get()) : nullptr);
+}
+
+int json_int(const cJSON* member) {
+    return cJSON_IsNumber(member) ? member->valueint : 0;
+}
+
+const char* json_text(const cJSON* member) {
+    return cJSON_IsString(member) ? member->valuestring : nullptr;
+}
+
+} // namespace vxq

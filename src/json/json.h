@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+
+#include <cJSON.h>
+
+/** @file Ownership of cJSON's trees and texts, and the few ways in which the daemon reads them. */
+namespace vxq {
+
+struct DeleteJson {
+    void operator()(cJSON* tree) const { cJSON_Delete(tree); }
+};
+/** A JSON tree that ends with cJSON_Delete. */
+using JsonTree = std::unique_ptr<cJSON, DeleteJson>;
+
+struct FreeJsonText {
+    void operator()(char* text) const { cJSON_free(text); }
+};
+/** A text printed by cJSON; null stands for "could not be built". */
+using JsonText = std::unique_ptr<char, FreeJsonText>;
+
+/**
+ * Creates a member and hands it to an object.
+ * @return the member, owned by the object; null when there is no memory (or `object` is null)
+ */
+cJSON* json_add(cJSON* object, const char* key, cJSON* member);
+
+/** Appends an element to an array; as json_add. */
+cJSON* json_append(cJSON* array, cJSON* element);
+
+/** Prints a tree in the formatted form that every message of the daemon has. */
+JsonText json_print(const JsonTree& tree);
+
+/** The integer value of a member; 0 for a member that is no number (or none at all). */
+int json_int(const cJSON* member);
+
+/** The text of a member; null for a member that is no string (or none at all). */
+const char* json_text(const cJSON* member);
+
+} // namespace vxq
