@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include <coap3/coap.h>
+
+/** @file The options that messages of the app channel carry. */
+namespace vxq {
+
+inline constexpr std::uint16_t kOptionBlock2 = 23;
+/** The gateway's access token. */
+inline constexpr std::uint16_t kOptionAccessToken = 2049;
+/** Identify the platform's request; the answer carries them back. */
+inline constexpr std::uint16_t kOptionEcho1 = 2050;
+inline constexpr std::uint16_t kOptionEcho2 = 2051;
+inline constexpr std::uint16_t kOptionEcho3 = 2052;
+
+/** The options of one message, gathered in any order; libcoap sorts them when they are attached. */
+class OptionList {
+public:
+    void add(std::uint16_t number, const void* value, std::size_t length);
+    void add_text(std::uint16_t number, const char* text);
+
+    /** False when an option was lost for lack of memory, or does not fit into the message. */
+    bool attach(coap_pdu_t* message);
+
+private:
+    struct Delete {
+        void operator()(coap_optlist_t* chain) const { coap_delete_optlist(chain); }
+    };
+    std::unique_ptr<coap_optlist_t, Delete> chain_;
+    bool complete_ = true;
+};
+
+/**
+ * Splits a CoAP URI into Uri-Port, Uri-Path and Uri-Query options; Uri-Port only when the port is
+ * not the scheme's default. What cannot be parsed is logged and adds nothing.
+ */
+void cmdline_uri(const char* uri, OptionList& options);
+
+/** Adds the access token as the device library gives it, even when it is empty. */
+void add_access_token(OptionList& options);
+
+/** Adds the options that identify a request, with the request's own values. */
+void add_echoes(const coap_pdu_t* request, OptionList& options);
+
+} // namespace vxq

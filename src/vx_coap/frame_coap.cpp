@@ -1,0 +1,249 @@
+// SPDX-License-Identifier: MIT
+#include "vx_coap/frame_coap.h"
+
+#include <atomic>
+#include <cassert>
+
+#include "log/log.h"
+#include "os/clock.h"
+#include "state/state.h"
+#include "vx_coap/coap_endpoint.h"
+#include "vx_coap/coap_lock.h"
+#include "vx_coap/coap_options.h"
+#include "vx_coap/coap_pki.h"
+#include "vx_coap/session_life.h"
+#include "vx_coap/wake_pipe.h"
+#include <vxquilan/device.h>
+
+coap_context_t* g_coap_ctx = nullptr;
+coap_session_t* g_coap_session = nullptr;
+
+namespace vxq {
+
+SessionLife s_session_life;
+
+namespace {
+
+constexpr int kTypeTls = 1;
+constexpr int kProcessingMilliseconds = 3000;
+constexpr unsigned kPauseMicroseconds = 100;
+// Without a descriptor to wait on, libcoap can only be asked again and again.
+constexpr int kPollingMilliseconds = 10;
+
+CoapCallbacks s_callbacks{nullptr, nullptr};
+WakePipe s_wake_pipe;
+std::atomic<int> s_session_number{0};
+bool s_processing = false;             // belongs to g_coap_lock
+coap_context_t* s_ended_ctx = nullptr; // closed inside processing, still to be freed
+
+void free_context(coap_context_t* context) {
+    assert(CoapLock::held() && !s_processing);
+    // What libcoap reports while it takes the session apart concerns nobody any more.
+    coap_register_response_handler(context, nullptr);
+    coap_register_event_handler(context, nullptr);
+    coap_free_context(context);
+    coap_cleanup();
+}
+
+/** Forgets the session at once, and frees it as soon as libcoap is not at work on it. */
+void end_session() {
+    assert(CoapLock::held());
+    coap_context_t* const ended = g_coap_ctx;
+    g_coap_ctx = nullptr;
+    g_coap_session = nullptr;
+    if (ended == nullptr)
+        return;
+    if (s_processing)
+        s_ended_ctx = ended;
+    else
+        free_context(ended);
+}
+
+/** Holds the lock while libcoap processes, and frees what was closed meanwhile. */
+class Processing {
+public:
+    Processing() { s_processing = true; }
+    ~Processing() {
+        s_processing = false;
+        if (s_ended_ctx != nullptr)
+            free_context(s_ended_ctx);
+        s_ended_ctx = nullptr;
+    }
+    Processing(const Processing&) = delete;
+    Processing& operator=(const Processing&) = delete;
+
+private:
+    CoapLock lock_;
+};
+
+void note_event(coap_event_t event) {
+    if (event == COAP_EVENT_SESSION_CONNECTED)
+        s_session_life.established = true;
+    const bool lost = event == COAP_EVENT_TCP_CLOSED || event == COAP_EVENT_TCP_FAILED;
+    if (lost && !(s_session_life.established && s_session_life.carried))
+        g_coap_refused = 1;
+}
+
+int on_event(coap_session_t* session, const coap_event_t event) {
+    if (frame_coap_serves(session) == 0)
+        return 0;
+    note_event(event);
+    return s_callbacks.event != nullptr ? s_callbacks.event(session, event) : 0;
+}
+
+coap_response_t on_response(coap_session_t* session, const coap_pdu_t* sent,
+                            const coap_pdu_t* received, const coap_mid_t message_id) {
+    if (frame_coap_serves(session) == 0 || s_callbacks.response == nullptr)
+        return COAP_RESPONSE_OK;
+    return s_callbacks.response(session, sent, received, message_id);
+}
+
+/** Opens the client session on the new context; null on failure. */
+coap_session_t* open_session(int type, const CoapEndpoint& endpoint,
+                             const coap_address_t& address) {
+    assert(CoapLock::held());
+    if (type != kTypeTls)
+        return coap_new_client_session(g_coap_ctx, nullptr, &address, COAP_PROTO_TCP);
+    coap_dtls_pki_t* const pki = setup_pki(g_coap_ctx, endpoint.host.text());
+    if (pki == nullptr)
+        QUILAN_LOG(VX_LOG_ERROR, "dtls_pki err\n");
+    return coap_new_client_session_pki(g_coap_ctx, nullptr, &address, COAP_PROTO_TLS, pki);
+}
+
+void install_callbacks() {
+    assert(CoapLock::held());
+    // Block2 is libcoap's; 2049 and 2051 are odd numbers, which CoAP holds for options that a
+    // server must refuse unless it knows them.
+    for (const std::uint16_t known : {kOptionBlock2, kOptionAccessToken, kOptionEcho2})
+        coap_register_option(g_coap_ctx, known);
+    coap_register_response_handler(g_coap_ctx, on_response);
+    coap_register_event_handler(g_coap_ctx, on_event);
+}
+
+void set_log_levels(int level) {
+    coap_set_log_level(static_cast<coap_log_t>(level));
+    coap_dtls_set_log_level(static_cast<coap_log_t>(level));
+}
+
+/** Arms libcoap's timers and tells what to wait for; false when the session has been closed. */
+bool prepare_wait(int& descriptor, int& milliseconds) {
+    const Processing processing;
+    if (g_coap_ctx == nullptr)
+        return false;
+    descriptor = coap_context_get_coap_fd(g_coap_ctx);
+    milliseconds = kPollingMilliseconds;
+    if (descriptor < 0)
+        return true;
+    coap_tick_t now;
+    coap_ticks(&now);
+    const unsigned next = coap_io_prepare_epoll(g_coap_ctx, now);
+    const bool sooner = next != 0 && next < unsigned{kProcessingMilliseconds};
+    milliseconds = sooner ? static_cast<int>(next) : kProcessingMilliseconds;
+    return true;
+}
+
+void process_input() {
+    const Processing processing;
+    if (g_coap_ctx != nullptr)
+        coap_io_process(g_coap_ctx, COAP_IO_NO_WAIT);
+}
+
+/** One round of the receive loop: wait outside the lock, process under it. */
+void receive() {
+    int descriptor;
+    int milliseconds;
+    if (!prepare_wait(descriptor, milliseconds))
+        return;
+    s_wake_pipe.wait(descriptor, milliseconds);
+    process_input();
+}
+
+} // namespace
+
+} // namespace vxq
+
+using namespace vxq;
+
+void frame_coap_set_callbacks(const CoapCallbacks& callbacks) {
+    const CoapLock lock;
+    s_callbacks = callbacks;
+}
+
+int frame_coap_connect() {
+    int type = 0;
+    int debug = 0;
+    port_device_coap_type(&type);
+    port_device_coap_debug(&debug);
+    coap_startup();
+    set_log_levels(debug);
+
+    const CoapEndpoint endpoint = read_endpoint();
+    coap_address_t address;
+    if (!resolve_endpoint(endpoint, address))
+        return -1;
+
+    const CoapLock lock;
+    end_session(); // a failed attempt leaves its context behind
+    s_session_life = {};
+    g_coap_refused = 0;
+    g_coap_ctx = s_wake_pipe.open() ? coap_new_context(nullptr) : nullptr;
+    if (g_coap_ctx == nullptr) {
+        coap_log(static_cast<coap_log_t>(VX_LOG_PAYLOAD), "cannot create context\n");
+        return -1;
+    }
+    coap_context_set_keepalive(g_coap_ctx, 0);
+    g_coap_session = open_session(type, endpoint, address);
+    if (g_coap_session == nullptr) {
+        QUILAN_LOG(VX_LOG_ERROR, "session err\n");
+        return -1;
+    }
+    install_callbacks();
+    ++s_session_number;
+    return 0;
+}
+
+void frame_coap_recv_prepare() {
+    g_run_flag = 1;
+    g_coap_recv_thread = 1;
+}
+
+void frame_coap_recv_abandon() {
+    g_run_flag = 0;
+    g_coap_recv_thread = 0;
+}
+
+void* frame_coap_recv(void*) {
+    {
+        const CoapLock lock;
+        // A close that came before this thread's first step stands.
+        g_run_flag = g_coap_ctx != nullptr ? 1 : 0;
+        g_coap_recv_thread = 1;
+    }
+    while (g_run_flag != 0) {
+        receive();
+        sleep_microseconds(kPauseMicroseconds);
+    }
+    g_coap_recv_thread = 0;
+    QUILAN_LOG(VX_LOG_PROGRESS, "frame_coap_recv end\n");
+    return nullptr;
+}
+
+void frame_coap_close() {
+    const CoapLock lock;
+    g_run_flag = 0;
+    end_session();
+    s_wake_pipe.wake();
+}
+
+int frame_coap_state() {
+    return g_coap_recv_thread;
+}
+
+int frame_coap_serves(const coap_session_t* session) {
+    const CoapLock lock;
+    return session != nullptr && session == g_coap_session ? 1 : 0;
+}
+
+int frame_coap_session_number() {
+    return s_session_number;
+}
