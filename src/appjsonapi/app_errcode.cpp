@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: MIT
+#include "appjsonapi/app_errcode.h"
+
+#include "appjsonapi/document.h"
+
+vxq::JsonText app_errcode(int code, const char* path) {
+    const vxq::JsonTree document(cJSON_CreateObject());
+    bool complete = vxq::json_add(document.get(), "errcode", cJSON_CreateNumber(code)) != nullptr;
+    if (code != kGatewaySuccess)
+        complete =
+            complete && vxq::json_add(document.get(), "ID", cJSON_CreateString(path)) != nullptr;
+    return finish_document(document, complete);
+}

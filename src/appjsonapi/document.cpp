@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+#include "appjsonapi/document.h"
+
+#include "log/log.h"
+
+namespace vxq {
+
+JsonText finish_document(const JsonTree& document, bool complete) {
+    JsonText text = complete ? json_print(document) : nullptr;
+    if (text)
+        QUILAN_LOG(VX_LOG_PROGRESS, "%s\n", text.get());
+    else
+        QUILAN_LOG(VX_LOG_ERROR, "no memory for a message\n");
+    return text;
+}
+
+} // namespace vxq
