@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: MIT
+#include "vxquilan/coap_resources.h"
+
+#include <cstring>
+
+#include "log/log.h"
+#include "protocol/gateway_actions.h"
+#include "vx_coap/coap_lock.h"
+#include "vx_coap/frame_coap.h"
+
+namespace {
+
+constexpr int kGet = 1;
+constexpr int kPost = 2;
+
+/** A resource and its handlers; null for a method that it does not accept. */
+struct Resource {
+    const char* path;
+    coap_method_handler_t get;
+    coap_method_handler_t post;
+};
+
+constexpr Resource kResources[] = {
+    {".sys/delDevice", nullptr, profession_sys_deldevice},
+    {".sys/gateway/system/changedevicename", nullptr,
+     profession_sys_gateway_system_changedevicename},
+    {".sys/gateway/service/reboot.cgi", nullptr, profession_sys_gateway_server_reboot},
+    {".sys/gateway/service/restoredefcfg.cgi", nullptr,
+     profession_sys_gateway_server_restoredefcfg},
+};
+
+void add_resource(const Resource& row) {
+    const vxq::CoapLock lock;
+    if (g_coap_ctx == nullptr)
+        return;
+    coap_str_const_t path{std::strlen(row.path), reinterpret_cast<const std::uint8_t*>(row.path)};
+    coap_resource_t* const resource = coap_resource_init(&path, 0);
+    if (resource == nullptr) {
+        QUILAN_LOG(VX_LOG_ERROR, "no memory for resource %s\n", row.path);
+        return;
+    }
+    if (row.get != nullptr)
+        coap_register_request_handler(resource, COAP_REQUEST_GET, row.get);
+    if (row.post != nullptr)
+        coap_register_request_handler(resource, COAP_REQUEST_POST, row.post);
+    coap_add_resource(g_coap_ctx, resource);
+}
+
+} // namespace
+
+int frame_coap_register(const char* path, int method, coap_method_handler_t handler) {
+    add_resource({path, method == kGet ? handler : nullptr, method == kPost ? handler : nullptr});
+    return 0;
+}
+
+int frame_coap_register_get_post(const char* path, coap_method_handler_t get,
+                                 coap_method_handler_t post) {
+    add_resource({path, get, post});
+    return 0;
+}
+
+int frame_coap_register_list() {
+    for (const Resource& row : kResources) {
+        if (row.get != nullptr && row.post != nullptr)
+            frame_coap_register_get_post(row.path, row.get, row.post);
+        else if (row.get != nullptr)
+            frame_coap_register(row.path, kGet, row.get);
+        else
+            frame_coap_register(row.path, kPost, row.post);
+    }
+    return 0;
+}

@@ -1,0 +1,222 @@
+// SPDX-License-Identifier: MIT
+#include "vxquilan/frame_vxquilan.h"
+
+#include <cstddef>
+
+#include "log/log.h"
+#include "os/clock.h"
+#include "os/process.h"
+#include "os/thread.h"
+#include "protocol/provisioning.h"
+#include "protocol/reporting.h"
+#include "state/state.h"
+#include "text/text.h"
+#include "vx_coap/frame_coap.h"
+#include "vxquilan/coap_dispatch.h"
+#include "vxquilan/coap_events.h"
+#include "vxquilan/coap_resources.h"
+#include "vxquilan/siblings.h"
+#include <vxquilan/device.h>
+
+namespace vxq {
+
+namespace {
+
+constexpr int kReplySeconds = 10;
+constexpr unsigned kConnectPauseSeconds = 5;
+constexpr unsigned kForeignStateSeconds = 10;
+constexpr unsigned kIdleMilliseconds = 10;
+
+/** What happens when a state's attempts are used up. */
+struct GiveUp {
+    bool forget_device; ///< clear the device ID and close the session
+    bool reset_count;
+    int next;
+};
+
+/** A state that sends a request and waits for its reply. */
+struct RequestState {
+    int state;
+    const char* name;
+    int attempts;
+    bool announced_when_used_up; ///< the log line comes on the pass that gives up as well
+    int (*request)();
+    GiveUp give_up;
+};
+
+constexpr RequestState kRequestStates[] = {
+    {kAppRegister,
+     "QUILAN_APP_REGISTER",
+     3,
+     false,
+     profession_sys_register,
+     {true, false, kAppConnect}},
+    {kAppActivate,
+     "QUILAN_APP_ACTIVATE",
+     3,
+     true,
+     profession_sys_activate,
+     {true, false, kAppOnline}},
+    {kAppLogin, "QUILAN_APP_LOGIN", 6, false, profession_sys_login, {false, false, kAppConnect}},
+    {kAppDevInfoSync,
+     "QUILAN_APP_DEVINFOSYNC",
+     1,
+     true,
+     profession_sys_devinfo,
+     {false, true, kAppOnline}},
+    {kAppRefresh, "QUILAN_APP_REFRESH", 3, true, profession_sys_refresh, {true, false, kAppOnline}},
+    {kAppData, "QUILAN_APP_DATA", 1, true, profession_sys_data, {false, true, kAppOnline}},
+};
+
+const RequestState* find_request_state(int state) {
+    for (const RequestState& entry : kRequestStates) {
+        if (entry.state == state)
+            return &entry;
+    }
+    return nullptr;
+}
+
+void announce(const char* state_name) {
+    QUILAN_LOG(VX_LOG_PROGRESS, "%s %d:%s\n", "frame_vxquilan", __LINE__, state_name);
+}
+
+void give_up(int state, const GiveUp& action) {
+    if (action.forget_device) {
+        port_device_id_set("");
+        frame_coap_close();
+    }
+    if (action.reset_count)
+        g_app_count = 0;
+    quilan_state_advance(state, action.next);
+}
+
+bool session_threads_run() {
+    return g_heartbeat_app_thread == 1 || frame_coap_state() != 0;
+}
+
+/** The state that a new session starts in when no activation was requested. */
+int ordinary_first_state() {
+    TextBuffer<128> device_id;
+    port_device_id_get(device_id.data());
+    return device_id.empty() ? kAppRegister : kAppLogin;
+}
+
+void start_receive_thread() {
+    frame_coap_recv_prepare();
+    if (start_detached_thread(frame_coap_recv, nullptr, kCoapReceiveStack))
+        return;
+    frame_coap_recv_abandon();
+    QUILAN_LOG(VX_LOG_ERROR, "%s:creat_thread_wait_info error!\n", "frame_vxquilan");
+}
+
+} // namespace
+
+void AppLoop::start() {
+    survive_broken_pipes();
+    frame_coap_set_callbacks({message_handler, event_handler});
+    g_quilan_status = kAppConnect;
+    port_device_init();
+    start_area_sibling();
+}
+
+void AppLoop::pass() {
+    int mode = 0;
+    port_device_mode_get(&mode);
+    if (mode_changed(mode))
+        change_mode(mode);
+    else if (g_quilan_status >= kAppConnect)
+        wait_for_reply();
+    act();
+}
+
+void AppLoop::change_mode(int mode) {
+    while (session_threads_run()) {
+        sleep_seconds(1);
+        g_heartbeat_app_thread = 0;
+        frame_coap_close();
+    }
+    if (mode == kModeWithStatpush) {
+        g_coap_recvflag = 1;
+        g_app_count = 0;
+    }
+    switch_statpush(mode);
+    g_quilan_status = kAppConnect;
+    previous_mode_ = mode;
+}
+
+void AppLoop::wait_for_reply() const {
+    // A request that went into a refused connection has no reply to wait for.
+    while (steady_seconds() - last_request_ < kReplySeconds && g_coap_recvflag != 1 &&
+           g_coap_refused == 0)
+        sleep_seconds(1);
+}
+
+void AppLoop::act() {
+    const int state = g_quilan_status;
+    if (state == kAppConnect) {
+        connect();
+    } else if (state == kAppOnline) {
+        sleep_milliseconds(kIdleMilliseconds);
+    } else if (const RequestState* const entry = find_request_state(state)) {
+        const bool attempt = g_app_count < entry->attempts;
+        if (attempt || entry->announced_when_used_up)
+            announce(entry->name);
+        if (attempt)
+            send(entry->request);
+        else
+            give_up(state, entry->give_up);
+    } else {
+        sleep_seconds(kForeignStateSeconds);
+    }
+}
+
+void AppLoop::send(int (*request)()) {
+    // Before the message leaves: a platform that answers at once must find the books done, or its
+    // reply would be wiped out.
+    last_request_ = steady_seconds();
+    g_coap_recvflag = 0;
+    ++g_app_count;
+    request();
+}
+
+void AppLoop::connect() {
+    if (g_coap_refused.exchange(0) != 0) {
+        pause_after_refusal();
+        return;
+    }
+    announce("QUILAN_APP_CONNECT");
+    while (session_threads_run()) {
+        frame_coap_close();
+        sleep_seconds(1);
+    }
+    g_app_count = 0;
+    if (frame_coap_connect() != 0) {
+        sleep_seconds(kConnectPauseSeconds);
+        return;
+    }
+    open_session();
+}
+
+void AppLoop::pause_after_refusal() {
+    // libcoap connects in the background, so a refusal comes after frame_coap_connect has returned.
+    // It is a failed connect all the same; what was sent into it will not be answered.
+    last_request_ = 0;
+    sleep_seconds(kConnectPauseSeconds);
+}
+
+void AppLoop::open_session() {
+    frame_coap_register_list();
+    // The state is set before the receive thread exists: whatever that thread makes of it, a lost
+    // connection above all, must not be overwritten.
+    quilan_state_start_session(g_activate_flag == 1 ? kAppActivate : ordinary_first_state());
+    start_receive_thread();
+}
+
+} // namespace vxq
+
+void frame_vxquilan() {
+    vxq::AppLoop loop;
+    loop.start();
+    for (;;)
+        loop.pass();
+}
