@@ -11,6 +11,7 @@
 #include "vx_coap/coap_lock.h"
 #include "vx_coap/coap_options.h"
 #include "vx_coap/coap_pki.h"
+#include "vx_coap/coap_served.h"
 #include "vx_coap/session_life.h"
 #include "vx_coap/wake_pipe.h"
 #include <vxquilan/device.h>
@@ -33,11 +34,11 @@ constexpr int kPollingMilliseconds = 10;
 CoapCallbacks s_callbacks{nullptr, nullptr};
 WakePipe s_wake_pipe;
 std::atomic<int> s_session_number{0};
-bool s_processing = false;             // belongs to g_coap_lock
-coap_context_t* s_ended_ctx = nullptr; // closed inside processing, still to be freed
+int s_work_depth = 0;                  // of CoapWork; belongs to g_coap_lock
+coap_context_t* s_ended_ctx = nullptr; // closed by a callback, still to be freed
 
 void free_context(coap_context_t* context) {
-    assert(CoapLock::held() && !s_processing);
+    assert(CoapLock::held() && s_work_depth == 0);
     // What libcoap reports while it takes the session apart concerns nobody any more.
     coap_register_response_handler(context, nullptr);
     coap_register_event_handler(context, nullptr);
@@ -53,32 +54,17 @@ void end_session() {
     g_coap_session = nullptr;
     if (ended == nullptr)
         return;
-    if (s_processing)
+    if (s_work_depth != 0)
         s_ended_ctx = ended;
     else
         free_context(ended);
 }
 
-/** Holds the lock while libcoap processes, and frees what was closed meanwhile. */
-class Processing {
-public:
-    Processing() { s_processing = true; }
-    ~Processing() {
-        s_processing = false;
-        if (s_ended_ctx != nullptr)
-            free_context(s_ended_ctx);
-        s_ended_ctx = nullptr;
-    }
-    Processing(const Processing&) = delete;
-    Processing& operator=(const Processing&) = delete;
-
-private:
-    CoapLock lock_;
-};
-
 void note_event(coap_event_t event) {
-    if (event == COAP_EVENT_SESSION_CONNECTED)
+    if (event == COAP_EVENT_SESSION_CONNECTED) {
         s_session_life.established = true;
+        open_resources();
+    }
     const bool lost = event == COAP_EVENT_TCP_CLOSED || event == COAP_EVENT_TCP_FAILED;
     if (lost && !(s_session_life.established && s_session_life.carried))
         g_coap_refused = 1;
@@ -127,7 +113,7 @@ void set_log_levels(int level) {
 
 /** Arms libcoap's timers and tells what to wait for; false when the session has been closed. */
 bool prepare_wait(int& descriptor, int& milliseconds) {
-    const Processing processing;
+    const CoapWork work;
     if (g_coap_ctx == nullptr)
         return false;
     descriptor = coap_context_get_coap_fd(g_coap_ctx);
@@ -143,7 +129,7 @@ bool prepare_wait(int& descriptor, int& milliseconds) {
 }
 
 void process_input() {
-    const Processing processing;
+    const CoapWork work;
     if (g_coap_ctx != nullptr)
         coap_io_process(g_coap_ctx, COAP_IO_NO_WAIT);
 }
@@ -159,6 +145,17 @@ void receive() {
 }
 
 } // namespace
+
+CoapWork::CoapWork() {
+    ++s_work_depth;
+}
+
+CoapWork::~CoapWork() {
+    if (--s_work_depth != 0 || s_ended_ctx == nullptr)
+        return;
+    free_context(s_ended_ctx);
+    s_ended_ctx = nullptr;
+}
 
 } // namespace vxq
 
@@ -198,6 +195,7 @@ int frame_coap_connect() {
         return -1;
     }
     install_callbacks();
+    reset_resources();
     ++s_session_number;
     return 0;
 }

@@ -43,6 +43,17 @@ void frame_coap_set_callbacks(const CoapCallbacks& callbacks);
  */
 int frame_coap_connect();
 
+/**
+ * Serves a resource on the current session; nothing happens when there is none. To be called
+ * between the connect and the start of the receive thread. Requests reach the handlers once the
+ * session is established; until then, and for a method without a handler, libcoap refuses them.
+ *
+ * @param path  without a leading slash
+ * @param get   handler for GET, or null
+ * @param post  handler for POST, or null
+ */
+void frame_coap_serve(const char* path, coap_method_handler_t get, coap_method_handler_t post);
+
 /** Stack for the receive thread: handlers keep records of up to 140 KB on it. */
 inline constexpr std::size_t kCoapReceiveStack = 512 * 1024;
 

@@ -10,7 +10,6 @@
 #include "state/state.h"
 #include "text/text.h"
 #include "vx_coap/coap_endpoint.h"
-#include "vx_coap/coap_lock.h"
 #include "vx_coap/coap_options.h"
 #include "vx_coap/session_life.h"
 
@@ -102,7 +101,7 @@ int frame_coap_send(std::uint8_t type, std::uint8_t code, const char* data, std:
                     const char* path) {
     if (g_run_flag == 0)
         return 0;
-    const CoapLock lock;
+    const CoapWork work;
     if (g_coap_session == nullptr)
         return 0;
     Message message = new_message(type, code, coap_new_message_id(g_coap_session));
@@ -122,7 +121,7 @@ int frame_coap_send(std::uint8_t type, std::uint8_t code, const char* data, std:
 
 int frame_coap_response(const coap_pdu_t* request, std::uint8_t type, std::uint8_t code,
                         const char* data, std::size_t length) {
-    const CoapLock lock;
+    const CoapWork work;
     if (g_coap_session == nullptr)
         return 0;
     Message message = new_message(type, code, coap_pdu_get_mid(request));

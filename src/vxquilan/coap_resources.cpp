@@ -1,11 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "vxquilan/coap_resources.h"
 
-#include <cstring>
-
-#include "log/log.h"
 #include "protocol/gateway_actions.h"
-#include "vx_coap/coap_lock.h"
 #include "vx_coap/frame_coap.h"
 
 namespace {
@@ -29,33 +25,16 @@ constexpr Resource kResources[] = {
      profession_sys_gateway_server_restoredefcfg},
 };
 
-void add_resource(const Resource& row) {
-    const vxq::CoapLock lock;
-    if (g_coap_ctx == nullptr)
-        return;
-    coap_str_const_t path{std::strlen(row.path), reinterpret_cast<const std::uint8_t*>(row.path)};
-    coap_resource_t* const resource = coap_resource_init(&path, 0);
-    if (resource == nullptr) {
-        QUILAN_LOG(VX_LOG_ERROR, "no memory for resource %s\n", row.path);
-        return;
-    }
-    if (row.get != nullptr)
-        coap_register_request_handler(resource, COAP_REQUEST_GET, row.get);
-    if (row.post != nullptr)
-        coap_register_request_handler(resource, COAP_REQUEST_POST, row.post);
-    coap_add_resource(g_coap_ctx, resource);
-}
-
 } // namespace
 
 int frame_coap_register(const char* path, int method, coap_method_handler_t handler) {
-    add_resource({path, method == kGet ? handler : nullptr, method == kPost ? handler : nullptr});
+    frame_coap_serve(path, method == kGet ? handler : nullptr, method == kPost ? handler : nullptr);
     return 0;
 }
 
 int frame_coap_register_get_post(const char* path, coap_method_handler_t get,
                                  coap_method_handler_t post) {
-    add_resource({path, get, post});
+    frame_coap_serve(path, get, post);
     return 0;
 }
 
