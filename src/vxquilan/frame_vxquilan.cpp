@@ -44,28 +44,18 @@ struct RequestState {
     GiveUp give_up;
 };
 
+constexpr GiveUp kForgetAndReconnect{true, false, kAppConnect};
+constexpr GiveUp kForgetAndPark{true, false, kAppOnline};
+constexpr GiveUp kReconnect{false, false, kAppConnect};
+constexpr GiveUp kGoOnline{false, true, kAppOnline};
+
 constexpr RequestState kRequestStates[] = {
-    {kAppRegister,
-     "QUILAN_APP_REGISTER",
-     3,
-     false,
-     profession_sys_register,
-     {true, false, kAppConnect}},
-    {kAppActivate,
-     "QUILAN_APP_ACTIVATE",
-     3,
-     true,
-     profession_sys_activate,
-     {true, false, kAppOnline}},
-    {kAppLogin, "QUILAN_APP_LOGIN", 6, false, profession_sys_login, {false, false, kAppConnect}},
-    {kAppDevInfoSync,
-     "QUILAN_APP_DEVINFOSYNC",
-     1,
-     true,
-     profession_sys_devinfo,
-     {false, true, kAppOnline}},
-    {kAppRefresh, "QUILAN_APP_REFRESH", 3, true, profession_sys_refresh, {true, false, kAppOnline}},
-    {kAppData, "QUILAN_APP_DATA", 1, true, profession_sys_data, {false, true, kAppOnline}},
+    {kAppRegister, "QUILAN_APP_REGISTER", 3, false, profession_sys_register, kForgetAndReconnect},
+    {kAppActivate, "QUILAN_APP_ACTIVATE", 3, true, profession_sys_activate, kForgetAndPark},
+    {kAppLogin, "QUILAN_APP_LOGIN", 6, false, profession_sys_login, kReconnect},
+    {kAppDevInfoSync, "QUILAN_APP_DEVINFOSYNC", 1, true, profession_sys_devinfo, kGoOnline},
+    {kAppRefresh, "QUILAN_APP_REFRESH", 3, true, profession_sys_refresh, kForgetAndPark},
+    {kAppData, "QUILAN_APP_DATA", 1, true, profession_sys_data, kGoOnline},
 };
 
 const RequestState* find_request_state(int state) {
@@ -99,6 +89,11 @@ int ordinary_first_state() {
     TextBuffer<128> device_id;
     port_device_id_get(device_id.data());
     return device_id.empty() ? kAppRegister : kAppLogin;
+}
+
+/** The connect has failed after all: what was sent into it has no reply to wait for. */
+bool connect_refused() {
+    return g_coap_refused != 0 && g_quilan_status == kAppConnect;
 }
 
 void start_receive_thread() {
@@ -145,9 +140,8 @@ void AppLoop::change_mode(int mode) {
 }
 
 void AppLoop::wait_for_reply() const {
-    // A request that went into a refused connection has no reply to wait for.
     while (steady_seconds() - last_request_ < kReplySeconds && g_coap_recvflag != 1 &&
-           g_coap_refused == 0)
+           !connect_refused())
         sleep_seconds(1);
 }
 
@@ -180,7 +174,7 @@ void AppLoop::send(int (*request)()) {
 }
 
 void AppLoop::connect() {
-    if (g_coap_refused.exchange(0) != 0) {
+    if (connect_refused()) {
         pause_after_refusal();
         return;
     }
@@ -200,6 +194,7 @@ void AppLoop::connect() {
 void AppLoop::pause_after_refusal() {
     // libcoap connects in the background, so a refusal comes after frame_coap_connect has returned.
     // It is a failed connect all the same; what was sent into it will not be answered.
+    g_coap_refused = 0;
     last_request_ = 0;
     sleep_seconds(kConnectPauseSeconds);
 }
