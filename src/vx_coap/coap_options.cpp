@@ -36,6 +36,15 @@ std::uint16_t default_port(const coap_uri_t& uri) {
     return coap_uri_scheme_is_secure(&uri) != 0 ? COAPS_DEFAULT_PORT : COAP_DEFAULT_PORT;
 }
 
+int count_options(const coap_pdu_t* message) {
+    coap_opt_iterator_t iterator;
+    coap_option_iterator_init(message, &iterator, COAP_OPT_ALL);
+    int count = 0;
+    while (coap_option_next(&iterator) != nullptr)
+        ++count;
+    return count;
+}
+
 bool scheme_supported(coap_uri_scheme_t scheme) {
     if (scheme == COAP_URI_SCHEME_COAPS && coap_dtls_is_supported() == 0) {
         coap_log(kLogEmergency, "coaps URI scheme not supported in this version of libcoap\n");
@@ -57,6 +66,7 @@ void OptionList::add(std::uint16_t number, const void* value, std::size_t length
                                              static_cast<const std::uint8_t*>(value))) != 0 &&
                 complete_;
     chain_.reset(chain);
+    ++count_;
 }
 
 void OptionList::add_text(std::uint16_t number, const char* text) {
@@ -68,7 +78,8 @@ bool OptionList::attach(coap_pdu_t* message) {
     if (chain != nullptr)
         complete_ = coap_add_optlist_pdu(message, &chain) != 0 && complete_;
     chain_.reset(chain);
-    return complete_;
+    // libcoap leaves out what does not fit and does not say so.
+    return complete_ && count_options(message) == count_;
 }
 
 void cmdline_uri(const char* uri, OptionList& options) {

@@ -31,6 +31,7 @@ private:
         void operator()(coap_optlist_t* chain) const { coap_delete_optlist(chain); }
     };
     std::unique_ptr<coap_optlist_t, Delete> chain_;
+    int count_ = 0;
     bool complete_ = true;
 };
 
