@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: MIT
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+/** What the daemon's file says to the loader. */
+namespace {
+
+std::vector<std::string> lines_of(const std::string& command) {
+    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+    std::string text;
+    std::array<char, 4096> buffer{};
+    for (std::size_t size = 0; (size = fread(buffer.data(), 1, buffer.size(), pipe.get())) > 0;)
+        text.append(buffer.data(), size);
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+bool is_instrumented() {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    return true;
+#else
+    return false;
+#endif
+}
+
+TEST(Binary, ExportsItsEntryPointsAndNothingElse) {
+    if (is_instrumented())
+        GTEST_SKIP() << "sanitizers export symbols of their own";
+    std::vector<std::string> expected;
+    std::ifstream file(VXQUILAN_EXPORTS);
+    for (std::string name; std::getline(file, name);)
+        expected.push_back(name);
+
+    std::vector<std::string> exported;
+    for (const std::string& line :
+         lines_of("nm -D --defined-only --format=posix " VXQUILAN_DAEMON)) {
+        const std::string name = line.substr(0, line.find(' '));
+        if (name.find('@') == std::string::npos) // copies of libc's own data carry its version
+            exported.push_back(name);
+    }
+    EXPECT_THAT(exported, testing::UnorderedElementsAreArray(expected));
+}
+
+TEST(Binary, NeedsNoRunTimeLibraryOfCpp) {
+    if (is_instrumented())
+        GTEST_SKIP() << "sanitizers need it";
+    std::vector<std::string> needed;
+    for (const std::string& line : lines_of("readelf -d " VXQUILAN_DAEMON)) {
+        const std::size_t start = line.find("Shared library: [");
+        if (start != std::string::npos)
+            needed.push_back(line.substr(start + 17, line.rfind(']') - start - 17));
+    }
+    EXPECT_THAT(needed, testing::Contains("libvxdevice.so"));
+    EXPECT_THAT(needed, testing::Contains("libvxlog.so"));
+    for (const std::string& library : needed) {
+        EXPECT_THAT(
+            library,
+            testing::AnyOf(testing::StartsWith("libvx"), testing::StartsWith("libcoap-3-openssl"),
+                           testing::StartsWith("libcjson"), testing::StartsWith("libcrypto"),
+                           testing::StartsWith("libssl"), testing::StartsWith("libc.")));
+    }
+}
+
+} // namespace

@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: MIT
+#include "gateway.h"
+
+#include <fstream>
+#include <sstream>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "waiting.h"
+
+namespace e2e {
+
+namespace {
+
+nlohmann::json read_json(const std::filesystem::path& file) {
+    std::ifstream stream(file);
+    return nlohmann::json::parse(stream);
+}
+
+/** The daemon's command line, with a tool such as valgrind in front of it if one is asked for. */
+std::vector<std::string> daemon_command() {
+    std::vector<std::string> command;
+    if (const char* const wrapper = std::getenv("VXQUILAN_TEST_DAEMON_WRAPPER")) {
+        std::istringstream words(wrapper);
+        for (std::string word; words >> word;)
+            command.push_back(word);
+    }
+    command.emplace_back(VXQUILAN_DAEMON);
+    return command;
+}
+
+} // namespace
+
+Gateway::Gateway(int port, bool tls) {
+    std::filesystem::copy_file(VXQUILAN_SAMPLE_STATE, folder_ / "gateway.json");
+    edit([&](nlohmann::json& state) {
+        state["app_platform"]["host"] = "127.0.0.1";
+        state["app_platform"]["port"] = port;
+        state["app_platform"]["tls"] = tls;
+        state.erase("registration");
+    });
+}
+
+void Gateway::introduce_to(const Platform& platform) const {
+    edit([](nlohmann::json& state) {
+        state["credentials"]["device_id"] = "gw-known";
+        state["credentials"]["device_secret"] = "known-secret";
+    });
+    platform.command("gateway add mac=" + state()["identity"]["mac"].get<std::string>() +
+                     " devId=gw-known secret=known-secret");
+}
+
+void Gateway::go_online(const Platform& platform) {
+    introduce_to(platform);
+    start();
+    platform.wait_for("request:heartbeat");
+}
+
+void Gateway::edit(const std::function<void(nlohmann::json&)>& change) const {
+    nlohmann::json content = state();
+    change(content);
+    const std::filesystem::path next = folder_ / "gateway.json.next";
+    std::ofstream(next) << content.dump(2);
+    std::filesystem::rename(next, folder_ / "gateway.json");
+}
+
+nlohmann::json Gateway::state() const {
+    return read_json(folder_ / "gateway.json");
+}
+
+void Gateway::start(const std::map<std::string, std::string>& environment) {
+    std::map<std::string, std::string> variables = {
+        {"VX_DEVICE_STATE", folder_ / "gateway.json"},
+        {"VX_DEVICE_JOURNAL", folder_ / "calls.jsonl"},
+        {"VX_DEVICE_CONTROL", folder_ / "control"},
+        {"VX_LOG_LEVEL", "7"},
+        {"LD_LIBRARY_PATH", VXQUILAN_LIBRARIES},
+    };
+    for (const auto& [name, value] : environment)
+        variables[name] = value;
+    daemon_ = std::make_unique<Process>(daemon_command(), variables, folder_ / "daemon.log");
+}
+
+void Gateway::control(const std::string& line) const {
+    const std::filesystem::path fifo = folder_ / "control";
+    int descriptor = -1;
+    if (!wait_until([&] {
+            descriptor = open(fifo.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+            return descriptor >= 0;
+        }))
+        throw std::runtime_error("the simulated gateway has no control channel");
+    const std::string text = line + "\n";
+    const bool whole =
+        write(descriptor, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+    close(descriptor);
+    if (!whole)
+        throw std::runtime_error("the control channel took only part of a line");
+}
+
+std::vector<nlohmann::json> Gateway::calls() const {
+    std::vector<nlohmann::json> result;
+    std::ifstream file(folder_ / "calls.jsonl");
+    for (std::string line; std::getline(file, line);) {
+        if (!file.eof()) // the last line may still be on its way
+            result.push_back(nlohmann::json::parse(line));
+    }
+    return result;
+}
+
+bool Gateway::called(const std::string& operation) const {
+    for (const nlohmann::json& call : calls()) {
+        if (call.at("operation") == operation)
+            return true;
+    }
+    return false;
+}
+
+bool Gateway::logged(const std::string& text) const {
+    return log().find(text) != std::string::npos;
+}
+
+int Gateway::times_logged(const std::string& text) const {
+    const std::string all = log();
+    int times = 0;
+    for (std::size_t at = all.find(text); at != std::string::npos; at = all.find(text, at + 1))
+        ++times;
+    return times;
+}
+
+} // namespace e2e
