@@ -51,7 +51,7 @@ void skipBlanks(std::string_view line, std::size_t& at) {
 
 } // namespace
 
-Arguments::Arguments(std::string line, std::string directory)
+Arguments::Arguments(const std::string& line, std::string directory)
     : m_line(trimmed(line)), m_directory(std::move(directory)) {}
 
 std::string_view Arguments::name() const {

@@ -32,7 +32,7 @@ public:
      * @param line the whole line, the command's name first
      * @param directory where relative file names of the line start; empty for the current one
      */
-    Arguments(std::string line, std::string directory);
+    Arguments(const std::string& line, std::string directory);
 
     [[nodiscard]] const std::string& line() const { return m_line; }
     [[nodiscard]] const std::string& directory() const { return m_directory; }

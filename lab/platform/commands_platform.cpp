@@ -67,7 +67,7 @@ Step parseSet(const Arguments& arguments) {
 
 Step parseCode(const Arguments& arguments) {
     const auto words = arguments.words(1, 2);
-    const std::string action = words[0];
+    const std::string& action = words[0];
     if (words.size() == (action == "clear" ? 2U : 1U) ||
         (action != "add" && action != "remove" && action != "clear")) {
         throw UsageError("add CODE, remove CODE or clear");

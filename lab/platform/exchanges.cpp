@@ -103,8 +103,9 @@ Outcome reportOf(Registry& registry, const std::string* token, bool wellFormed) 
 Outcome serveDevInfoSync(Registry& registry, const Policy&, const Json& body,
                          const std::string* token) {
     const Json* info = findMember(body, "0.devInfo");
-    Outcome outcome = reportOf(registry, token, info != nullptr && info->is_object());
-    if (outcome.gateway != nullptr && outcome.errcode == errcodeSuccess) {
+    const bool wellFormed = info != nullptr && info->is_object();
+    Outcome outcome = reportOf(registry, token, wellFormed);
+    if (wellFormed && outcome.gateway != nullptr) {
         outcome.gateway->deviceInfo = *info;
     }
     return outcome;

@@ -36,7 +36,14 @@ Json describe(const Event& event) {
 
 } // namespace
 
-Journal::Journal(const std::string& path) : m_file(std::fopen(path.c_str(), "we")), m_path(path) {
+void Journal::Closer::operator()(std::FILE* file) const {
+    if (file != stdout) {
+        std::fclose(file);
+    }
+}
+
+Journal::Journal(const std::string& path)
+    : m_file(path == "-" ? stdout : std::fopen(path.c_str(), "we")), m_path(path) {
     if (!m_file) {
         throw std::runtime_error(fmt::format("{}: {}", path, std::strerror(errno)));
     }

@@ -15,6 +15,7 @@ public:
     /**
      * Starts a new file; an old one of that name is emptied.
      *
+     * @param path "-" stands for standard output
      * @throws std::runtime_error naming the file when it cannot be written
      */
     explicit Journal(const std::string& path);
@@ -23,7 +24,7 @@ public:
 
 private:
     struct Closer {
-        void operator()(std::FILE* file) const { std::fclose(file); }
+        void operator()(std::FILE* file) const;
     };
     std::unique_ptr<std::FILE, Closer> m_file;
     bool m_failed = false;

@@ -33,7 +33,8 @@ void declare(CLI::App& app, vxp::Options& options, Texts& texts) {
     app.add_flag("--prompt", options.prompt,
                  "read commands from standard input (done anyway without --script and --serve)");
     app.add_flag("--serve", options.serve, "go on serving when there are no more commands");
-    app.add_option("--journal", options.journal, "write one JSON object a line for each event")
+    app.add_option("--journal", options.journal,
+                   "write one JSON object a line for each event; - is standard output")
         ->option_text("FILE");
     app.add_flag("--quiet", options.quiet, "do not print messages and events");
     app.add_option("--bodies", options.bodies, "folder of the sample bodies")

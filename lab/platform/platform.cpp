@@ -154,6 +154,9 @@ int Platform::run() {
     while (!m_exiting && stopRequested == 0) {
         step();
     }
+    if (!m_exiting && !m_runner.idle()) {
+        fail("stopped while commands were still to be run", exitFailed);
+    }
     return m_status;
 }
 
@@ -229,7 +232,7 @@ int Platform::pollTimeout(int libraryTimeout) const {
     if (next == Clock::time_point::max()) {
         return libraryTimeout;
     }
-    constexpr long long anHour = 3600 * 1000;
+    constexpr long long anHour = 3600LL * 1000;
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(next - Clock::now()).count();
     const int timeout = static_cast<int>(std::clamp<long long>(left, 0, anHour));
     return libraryTimeout < 0 ? timeout : std::min(timeout, libraryTimeout);

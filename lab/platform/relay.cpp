@@ -16,9 +16,9 @@ namespace vxp {
 
 namespace {
 
-constexpr std::size_t readSize = 64U * 1024;
+constexpr std::size_t readSize = std::size_t{64} * 1024;
 /// Beyond this the other side is not read any more until the bytes have gone.
-constexpr std::size_t maxBacklog = 1024U * 1024;
+constexpr std::size_t maxBacklog = std::size_t{1024} * 1024;
 
 /// What libcoap takes from a socket at once; a message is split by putting its header there.
 constexpr std::size_t readBufferSize = 1472;

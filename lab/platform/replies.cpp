@@ -235,7 +235,7 @@ ReplyRule Replies::next(const Exchange& exchange) {
     if (rules.counted.empty()) {
         return rules.standing.value_or(ReplyRule{});
     }
-    const ReplyRule rule = rules.counted.front();
+    ReplyRule rule = rules.counted.front();
     if (--*rules.counted.front().times == 0) {
         rules.counted.pop_front();
     }

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <charconv>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -43,7 +44,7 @@ std::optional<std::chrono::milliseconds> parseDuration(std::string_view text) {
             value * unit.milliseconds > tenDays) {
             return std::nullopt;
         }
-        return std::chrono::milliseconds(static_cast<long long>(value * unit.milliseconds + 0.5));
+        return std::chrono::milliseconds(std::llround(value * unit.milliseconds));
     }
     return std::nullopt;
 }

@@ -3,14 +3,14 @@
 
 #include <pthread.h>
 
-std::atomic<int> g_quilan_status{0};
-std::atomic<int> g_coap_recvflag{0};
-std::atomic<int> g_app_count{0};
-std::atomic<int> g_heartbeat_app_thread{0};
-std::atomic<int> g_activate_flag{0};
-std::atomic<int> g_coap_refused{0};
-std::atomic<int> g_run_flag{0};
-std::atomic<int> g_coap_recv_thread{0};
+constinit std::atomic<int> g_quilan_status{0};
+constinit std::atomic<int> g_coap_recvflag{0};
+constinit std::atomic<int> g_app_count{0};
+constinit std::atomic<int> g_heartbeat_app_thread{0};
+constinit std::atomic<int> g_activate_flag{0};
+constinit std::atomic<int> g_coap_refused{0};
+constinit std::atomic<int> g_run_flag{0};
+constinit std::atomic<int> g_coap_recv_thread{0};
 
 namespace {
 

@@ -64,13 +64,14 @@ TEST_P(Course, OnlineGatewayCarriesOutEverySimpleAction) {
 }
 
 TEST_P(Course, DaemonEndsWithoutComplaints) {
-    // Under valgrind this is where leaks and races would be told of.
     gateway.go_online(platform);
     platform.ask("rename");
     platform.command("drop");
     platform.wait_for("request:heartbeat", 2);
     EXPECT_EQ(gateway.daemon().end(SIGTERM), 128 + SIGTERM);
-    EXPECT_THAT(gateway.log(), testing::Not(testing::HasSubstr("ERROR SUMMARY")));
+    // Under valgrind, which is told to be quiet, only errors and leaks have lines of their own.
+    const std::string valgrind = "==" + std::to_string(gateway.daemon().id()) + "==";
+    EXPECT_THAT(gateway.log(), testing::Not(testing::HasSubstr(valgrind)));
     EXPECT_THAT(gateway.log(), testing::Not(testing::HasSubstr("Assertion")));
 }
 

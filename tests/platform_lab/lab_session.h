@@ -20,7 +20,7 @@ inline const std::string mac = "02:00:5E:10:00:01";
 class LabSession : public testing::Test {
 protected:
     void start(std::vector<std::string> arguments = {}) {
-        std::vector<std::string> all{"--quiet", "--journal", "/dev/stdout", "--tcp", "127.0.0.1:0"};
+        std::vector<std::string> all{"--quiet", "--journal", "-", "--tcp", "127.0.0.1:0"};
         all.insert(all.end(), arguments.begin(), arguments.end());
         platform = std::make_unique<PlatformProcess>(all);
     }

@@ -134,6 +134,14 @@ TEST_F(Program, ServesBehindTheScriptUntilItIsStopped) {
     EXPECT_EQ(platform->last("close")["by"], "platform");
 }
 
+TEST_F(Program, StoppedInsideAScriptIsNoSuccess) {
+    start({"--script", folder.write("s.vxp", "wait connect 60s\n")});
+    expectEvent("command", "wait");
+    platform->signal(SIGINT);
+    EXPECT_EQ(platform->wait(), 1);
+    EXPECT_EQ(platform->errors(), "stopped while commands were still to be run\n");
+}
+
 TEST_F(Program, PromptBehindTheScript) {
     const std::string file = folder.write("s.vxp", "echo one\n");
     start({"--script", file, "--prompt"});

@@ -5,7 +5,6 @@
 #include "appjsonapi/app_provisioning.h"
 #include "appjsonapi/app_reporting.h"
 
-using fake::Source;
 using testing::ElementsAre;
 
 namespace {

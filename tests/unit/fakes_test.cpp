@@ -9,9 +9,7 @@
 #include <vxquilan/log.h>
 
 using fake::Source;
-using testing::Contains;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
 namespace {

@@ -12,7 +12,6 @@
 using fake::Source;
 using testing::Contains;
 using testing::HasSubstr;
-using testing::Not;
 
 namespace {
 
