@@ -280,16 +280,6 @@ TEST_F(BrokenConnectionTest, AnEventInsideASendEndsTheSession) {
     EXPECT_TRUE(platform.rest().empty());
 }
 
-TEST_F(BrokenConnectionTest, AnEventInsideAnAnswerEndsTheSession) {
-    on_event = nullptr;
-    fake::device().on_call("port_device_accesstoken_get",
-                           [] { probe::fail_next(probe::Fault::write); });
-    Connection platform = establish(listener_);
-    platform.send(request(kPost, kAnyResource));
-    EXPECT_TRUE(platform.rest().empty());
-    expect_ended_at_once();
-}
-
 TEST_F(BrokenConnectionTest, AnySocketOfTheProcessMayBreak) {
     int ends[2];
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);

@@ -2,6 +2,7 @@
 // The shared state, the entry points that the device library calls, and their races.
 #include "unit/fixture.h"
 
+#include <atomic>
 #include <barrier>
 #include <chrono>
 #include <thread>
@@ -98,7 +99,7 @@ void race(void (*prepare)(), void (*first)(), void (*second)(), void (*check)())
     constexpr int kRounds = 2'000;
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(300);
     std::barrier meeting(2);
-    bool over = false; // changes hands at the meetings
+    std::atomic<bool> over = false;
     std::thread other([&] {
         for (meeting.arrive_and_wait(); !over; meeting.arrive_and_wait()) {
             second();
