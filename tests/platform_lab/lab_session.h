@@ -49,9 +49,13 @@ protected:
             std::make_unique<GatewayClient>(platform->port(transport), transport.ends_with("tls"));
     }
 
+    /// Both sides know of the connection afterwards: a command goes to the newest one that the
+    /// platform takes for ready, which may still be the one before it.
     void connect(const std::string& transport = "tcp") {
+        const std::size_t before = platform->count("ready");
         connectTo(transport);
-        until("connection", [&] { return gateway->ready(); });
+        until("connection",
+              [&] { return gateway->ready() && platform->count("ready") > before; });
     }
 
     void disconnect() {
