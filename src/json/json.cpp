@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "json/json.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace vxq {
 
 cJSON* json_add(cJSON* object, const char* key, cJSON* member) {
@@ -28,6 +31,16 @@ int json_int(const cJSON* member) {
 
 const char* json_text(const cJSON* member) {
     return cJSON_IsString(member) ? member->valuestring : nullptr;
+}
+
+int json_type_code(const cJSON* member) {
+    // In the order of their codes.
+    constexpr int kTypes[] = {cJSON_False,  cJSON_True,  cJSON_NULL,  cJSON_Number,
+                              cJSON_String, cJSON_Array, cJSON_Object};
+    constexpr int kTypeMask = 0xff;
+    const int* const found =
+        std::find(std::begin(kTypes), std::end(kTypes), member->type & kTypeMask);
+    return static_cast<int>(found - kTypes);
 }
 
 } // namespace vxq

@@ -38,4 +38,10 @@ int json_int(const cJSON* member);
 /** The text of a member; null for a member that is no string (or none at all). */
 const char* json_text(const cJSON* member);
 
+/**
+ * A member's JSON type in the codes that records carry: 0 false, 1 true, 2 null, 3 number, 4
+ * string, 5 array, 6 object. cJSON numbers its types differently from release to release.
+ */
+int json_type_code(const cJSON* member);
+
 } // namespace vxq

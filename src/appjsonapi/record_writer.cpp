@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+#include "appjsonapi/record_writer.h"
+
+#include <algorithm>
+
+#include "appjsonapi/document.h"
+#include "text/text.h"
+#include <vxquilan/records.h>
+
+namespace vxq {
+
+namespace {
+
+cJSON* create_text(const Member& member, const void* record) {
+    char text[kLargestMember + 1];
+    copy_text(text, member.size + 1, at(record, member.offset));
+    return cJSON_CreateString(text);
+}
+
+cJSON* create_band(int band) {
+    return cJSON_CreateString(band == VX_BAND_2G ? "2.4GHz" : "5GHz");
+}
+
+cJSON* create_object(std::span<const Member> members, const void* record) {
+    JsonTree object(cJSON_CreateObject());
+    for (const Member& member : members) {
+        if (applies(member, record) &&
+            json_add(object.get(), member.key, create_member(member, record)) == nullptr)
+            return nullptr;
+    }
+    return object.release();
+}
+
+cJSON* create_list(const Member& member, const void* record) {
+    const ListPlace& list = member.list;
+    JsonTree array(cJSON_CreateArray());
+    const int count = std::clamp(load_int(record, list.count), 0, list.capacity);
+    for (int index = 0; index < count; ++index) {
+        const std::size_t offset = list.entries + static_cast<std::size_t>(index) * list.stride;
+        if (json_append(array.get(), create_object(member.members, at(record, offset))) == nullptr)
+            return nullptr;
+    }
+    return array.release();
+}
+
+} // namespace
+
+cJSON* create_member(const Member& member, const void* record) {
+    switch (member.kind) {
+    case MemberKind::text:
+        return create_text(member, record);
+    case MemberKind::number:
+        return cJSON_CreateNumber(load_int(record, member.offset));
+    case MemberKind::flag:
+        return cJSON_CreateBool(load_int(record, member.offset) != 0);
+    case MemberKind::band:
+        return create_band(load_int(record, member.offset));
+    case MemberKind::constant:
+        return cJSON_CreateString(member.constant);
+    case MemberKind::object:
+        return create_object(member.members, record);
+    case MemberKind::list:
+        break;
+    }
+    return create_list(member, record);
+}
+
+JsonText write_record(const Member& document, const void* record) {
+    const JsonTree tree(create_member(document, record));
+    return finish_document(tree, tree != nullptr);
+}
+
+} // namespace vxq
