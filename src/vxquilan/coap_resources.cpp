@@ -2,6 +2,8 @@
 #include "vxquilan/coap_resources.h"
 
 #include "protocol/gateway_actions.h"
+#include "protocol/gateway_settings.h"
+#include "protocol/gateway_status.h"
 #include "vx_coap/frame_coap.h"
 
 namespace {
@@ -18,8 +20,23 @@ struct Resource {
 
 constexpr Resource kResources[] = {
     {".sys/delDevice", nullptr, profession_sys_deldevice},
+    {".sys/gateway/ntwk/wandiagnose", profession_sys_gateway_ntwk_wandiagnose, nullptr},
+    {".sys/gateway/system/HostInfo", profession_sys_gateway_system_hostinfo, nullptr},
     {".sys/gateway/system/changedevicename", nullptr,
      profession_sys_gateway_system_changedevicename},
+    {".sys/gateway/system/deviceinfo", profession_sys_gateway_system_deviceinfo, nullptr},
+    {".sys/gateway/ntwk/lan_host", profession_sys_gateway_ntwk_lanhost, nullptr},
+    {".sys/gateway/app/qosclass_host", nullptr, profession_sys_gateway_app_qosclasshost},
+    {".sys/gateway/ntwk/WlanBasic", profession_sys_gateway_ntwk_wlanbasic,
+     profession_sys_gateway_ntwk_wlanbasic_parse},
+    {".sys/gateway/ntwk/WlanGuideBasic", nullptr, profession_sys_gateway_ntwk_wlanguidebasic},
+    {".sys/gateway/ntwk/wlanfilterenhance", profession_sys_gateway_ntwk_wlanfilterenhance,
+     profession_sys_gateway_ntwk_wlanfilterenhance_parse},
+    {".sys/gateway/ntwk/wlantimeswitch", profession_sys_gateway_ntwk_wlantimeswitch,
+     profession_sys_gateway_ntwk_wlantimeswitch_parse},
+    {".sys/gateway/ntwk/guest_network", profession_sys_gateway_ntwk_guest_network,
+     profession_sys_gateway_ntwk_guest_network_parse},
+    {".sys/gateway/ntwk/wan", profession_sys_gateway_ntwk_wan, nullptr},
     {".sys/gateway/service/reboot.cgi", nullptr, profession_sys_gateway_server_reboot},
     {".sys/gateway/service/restoredefcfg.cgi", nullptr,
      profession_sys_gateway_server_restoredefcfg},
