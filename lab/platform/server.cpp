@@ -91,12 +91,14 @@ Message decode(const coap_pdu_t* pdu) {
     return message;
 }
 
+/// An empty text has no segments, and one that ends with the separator has an empty one last.
 void splitInto(std::vector<Option>& options, std::uint16_t number, std::string_view text,
                char separator) {
-    while (!text.empty()) {
-        const std::size_t end = text.find(separator);
+    std::size_t end = text.empty() ? std::string_view::npos : 0;
+    while (end != std::string_view::npos) {
+        end = text.find(separator);
         options.push_back({number, std::string(text.substr(0, end))});
-        text = end == std::string_view::npos ? std::string_view{} : text.substr(end + 1);
+        text.remove_prefix(end == std::string_view::npos ? 0 : end + 1);
     }
 }
 
