@@ -54,8 +54,7 @@ protected:
     void connect(const std::string& transport = "tcp") {
         const std::size_t before = platform->count("ready");
         connectTo(transport);
-        until("connection",
-              [&] { return gateway->ready() && platform->count("ready") > before; });
+        until("connection", [&] { return gateway->ready() && platform->count("ready") > before; });
     }
 
     void disconnect() {
