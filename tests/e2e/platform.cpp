@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "platform.h"
 
+#include <algorithm>
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
 
 namespace e2e {
@@ -44,36 +46,53 @@ int Platform::wait_for_port(const std::string& transport) const {
     return port;
 }
 
-std::vector<nlohmann::json> Platform::events(const std::string& kind) const {
-    std::vector<nlohmann::json> result;
+void Platform::read_journal() const {
     std::ifstream file(folder_ / "journal.jsonl");
+    file.seekg(journal_read_);
     for (std::string line; std::getline(file, line);) {
         if (file.eof())
             break; // the last line is still on its way
-        nlohmann::json event = nlohmann::json::parse(line);
-        if (is_kind(event, kind))
-            result.push_back(std::move(event));
+        journal_.push_back(nlohmann::json::parse(line));
+        journal_read_ += static_cast<std::streamoff>(line.size() + 1);
     }
+}
+
+std::vector<nlohmann::json> Platform::events(const std::string& kind) const {
+    read_journal();
+    std::vector<nlohmann::json> result;
+    std::copy_if(journal_.begin(), journal_.end(), std::back_inserter(result),
+                 [&](const nlohmann::json& event) { return is_kind(event, kind); });
     return result;
+}
+
+const nlohmann::json* Platform::find_event(const std::string& kind, std::size_t number) const {
+    read_journal();
+    for (const nlohmann::json& event : journal_) {
+        if (is_kind(event, kind) && --number == 0)
+            return &event;
+    }
+    return nullptr;
 }
 
 nlohmann::json Platform::wait_for(const std::string& kind, std::size_t count,
                                   std::chrono::milliseconds limit) const {
-    std::vector<nlohmann::json> found;
-    const bool enough = wait_until(
-        [&] {
-            found = events(kind);
-            return found.size() >= count;
-        },
-        limit);
-    if (!enough)
+    const nlohmann::json* found = nullptr;
+    wait_until([&] { return (found = find_event(kind, count)) != nullptr; }, limit);
+    if (found == nullptr)
         throw std::runtime_error("no " + kind + " number " + std::to_string(count) +
                                  " at the platform: " + process_->output());
-    return found.back();
+    return *found;
+}
+
+std::size_t Platform::count(const std::string& kind) const {
+    read_journal();
+    return static_cast<std::size_t>(
+        std::count_if(journal_.begin(), journal_.end(),
+                      [&](const nlohmann::json& event) { return is_kind(event, kind); }));
 }
 
 nlohmann::json Platform::ask(const std::string& line) const {
-    const std::size_t before = events("answer").size();
+    const std::size_t before = count("answer");
     command(line);
     return wait_for("answer", before + 1);
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <ios>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -37,7 +38,8 @@ public:
 
     /** All events so far, or those of one kind; a kind may name its topic: "request:login". */
     std::vector<nlohmann::json> events(const std::string& kind = "") const;
-    /** Waits until there are `count` events of a kind; the last of them. */
+    std::size_t count(const std::string& kind) const;
+    /** Waits until there are `count` events of a kind; the last of these. */
     nlohmann::json wait_for(const std::string& kind, std::size_t count = 1,
                             std::chrono::milliseconds limit = std::chrono::seconds(40)) const;
     /** Gives a command that asks the gateway for something, and waits for the answer. */
@@ -47,12 +49,17 @@ public:
 
 private:
     int wait_for_port(const std::string& transport) const;
+    void read_journal() const;
+    /** The event of a kind with that number, from 1; null as long as there is none. */
+    const nlohmann::json* find_event(const std::string& kind, std::size_t number) const;
 
     TemporaryFolder folder_;
     Transport transport_;
     std::unique_ptr<Process> process_;
     int port_ = 0;
     int fault_port_ = 0;
+    mutable std::vector<nlohmann::json> journal_; ///< each event is read once
+    mutable std::streamoff journal_read_ = 0;     ///< bytes of the journal file
 };
 
 } // namespace e2e
