@@ -3,6 +3,8 @@
 
 #include <pthread.h>
 
+#include "os/mutex.h"
+
 constinit std::atomic<int> g_quilan_status{0};
 constinit std::atomic<int> g_coap_recvflag{0};
 constinit std::atomic<int> g_app_count{0};
@@ -16,20 +18,14 @@ namespace {
 
 pthread_mutex_t s_activation_lock = PTHREAD_MUTEX_INITIALIZER;
 
-class ActivationLock {
-public:
-    ActivationLock() { pthread_mutex_lock(&s_activation_lock); }
-    ~ActivationLock() { pthread_mutex_unlock(&s_activation_lock); }
-    ActivationLock(const ActivationLock&) = delete;
-    ActivationLock& operator=(const ActivationLock&) = delete;
-};
-
 } // namespace
 
 void quilan_state_start_session(int otherwise) {
-    const ActivationLock lock;
-    const bool activate = g_activate_flag.exchange(0) == 1;
-    quilan_state_advance(kAppConnect, activate ? kAppActivate : otherwise);
+    const vxq::HeldMutex lock(s_activation_lock);
+    const bool activate = g_activate_flag == 1;
+    // Not in state 9 any more: the request is for the session after this one.
+    if (quilan_state_advance(kAppConnect, activate ? kAppActivate : otherwise))
+        g_activate_flag = 0;
 }
 
 bool quilan_state_advance(int from, int to) {
@@ -39,7 +35,7 @@ bool quilan_state_advance(int from, int to) {
 int frame_quilan_state_set(int state) {
     if (state != kAppActivate)
         return 0;
-    const ActivationLock lock;
+    const vxq::HeldMutex lock(s_activation_lock);
     g_activate_flag = 1;
     g_quilan_status = kAppConnect;
     return 0;

@@ -83,6 +83,14 @@ TEST_F(DaemonTest, StartSessionTakesTheActivationOnce) {
     EXPECT_EQ(g_quilan_status, 12);
 }
 
+TEST_F(DaemonTest, StartSessionKeepsTheActivationWhenTheStateHasMovedMeanwhile) {
+    g_quilan_status = 0; // the platform channel's loop has taken over
+    g_activate_flag = 1;
+    quilan_state_start_session(12);
+    EXPECT_EQ(g_quilan_status, 0);
+    EXPECT_EQ(g_activate_flag, 1);
+}
+
 TEST_F(DaemonTest, AdvanceOnlyMovesFromTheStateThatWasActedOn) {
     g_quilan_status = 12;
     EXPECT_FALSE(quilan_state_advance(13, 15));
