@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "appjsonapi/app_errcode.h"
 
-#include "appjsonapi/document.h"
+#include "message/document.h"
 
 vxq::JsonText app_errcode(int code, const char* path) {
     const vxq::JsonTree document(cJSON_CreateObject());

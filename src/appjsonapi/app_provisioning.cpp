@@ -3,9 +3,11 @@
 
 #include <span>
 
-#include "appjsonapi/device_facts.h"
-#include "appjsonapi/document.h"
+#include "appjsonapi/device_information.h"
 #include "log/log.h"
+#include "message/device_facts.h"
+#include "message/document.h"
+#include "message/parse.h"
 #include <vxquilan/device.h>
 
 namespace {
@@ -66,26 +68,15 @@ constexpr Credential kRefreshReply[] = {
     {"timeOut", "not secret\n", nullptr, port_device_timeout_set},
 };
 
-int refuse(const char* reason) {
-    QUILAN_LOG(VX_LOG_UNUSUAL, "%s", reason);
-    return -1;
-}
-
 /** Parses a reply and reads its "errcode"; an empty tree when the reply has none. */
 JsonTree open_reply(const char* text, int& errcode) {
     errcode = -1;
-    if (text == nullptr) {
-        refuse("null\n");
+    JsonTree reply = vxq::parse_message(text);
+    if (!reply)
         return nullptr;
-    }
-    JsonTree reply(cJSON_Parse(text));
-    if (!reply) {
-        refuse("not json\n");
-        return nullptr;
-    }
     const cJSON* const member = cJSON_GetObjectItem(reply.get(), "errcode");
     if (member == nullptr) {
-        refuse("not errcode\n");
+        vxq::refuse("not errcode\n");
         return nullptr;
     }
     errcode = vxq::json_int(member);
@@ -115,7 +106,7 @@ int parse_credentials(const char* text, std::span<const Credential> credentials)
         return errcode;
     for (const Credential& credential : credentials) {
         if (!store(credential, cJSON_GetObjectItem(reply.get(), credential.key)))
-            return refuse(credential.missing);
+            return vxq::refuse(credential.missing);
     }
     return 0;
 }

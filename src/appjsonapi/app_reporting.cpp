@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "appjsonapi/app_reporting.h"
 
-#include "appjsonapi/device_facts.h"
-#include "appjsonapi/document.h"
+#include "appjsonapi/device_information.h"
 #include "appjsonapi/record_writer.h"
+#include "message/device_facts.h"
+#include "message/document.h"
 #include "os/clock.h"
 #include "text/text.h"
 #include <vxquilan/device.h>

@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "appjsonapi/record_reader.h"
 
-#include <algorithm>
 #include <cassert>
-#include <climits>
-#include <cstdlib>
 
 #include "log/log.h"
 #include "text/text.h"
@@ -27,12 +24,6 @@ void copy_percent_text(char* buffer, std::size_t size, const char* text) {
     *buffer = '\0';
 }
 
-/** The integer that a text starts with; one that is too large is the largest there is. */
-int leading_int(const char* text) {
-    const long value = std::strtol(text, nullptr, 10);
-    return static_cast<int>(std::clamp<long>(value, INT_MIN, INT_MAX));
-}
-
 bool holds_text(SettingKind kind) {
     return kind == SettingKind::text || kind == SettingKind::percent_text ||
            kind == SettingKind::text_number;
@@ -49,7 +40,7 @@ bool store_text(const Setting& setting, const cJSON* member, void* record) {
     else if (setting.kind == SettingKind::percent_text)
         copy_percent_text(place, setting.size, text);
     else
-        store_int(record, setting.offset, leading_int(text));
+        store_int(record, setting.offset, decimal_value(text));
     return true;
 }
 

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "appjsonapi/document.h"
+#include "message/document.h"
 #include "text/text.h"
 #include <vxquilan/records.h>
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "text/text.h"
 
+#include <algorithm>
+#include <climits>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -21,6 +23,11 @@ void format_text(char* buffer, std::size_t size, const char* format, ...) {
     va_start(arguments, format);
     std::vsnprintf(buffer, size, format, arguments);
     va_end(arguments);
+}
+
+int decimal_value(const char* text) {
+    const long value = std::strtol(text, nullptr, 10);
+    return static_cast<int>(std::clamp<long>(value, INT_MIN, INT_MAX));
 }
 
 OwnedText copy_bytes(const void* bytes, std::size_t size) {

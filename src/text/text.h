@@ -29,6 +29,9 @@ void copy_text(char* buffer, std::size_t size, const char* text);
 /** printf into a buffer of `size` bytes, cut to size - 1 bytes. */
 void format_text(char* buffer, std::size_t size, const char* format, ...) VX_PRINTF(3, 4);
 
+/** The decimal number at a text's beginning, within the limits of int; 0 when there is none. */
+int decimal_value(const char* text);
+
 /** A NUL-terminated copy of `size` bytes; null when there is no memory for it. */
 OwnedText copy_bytes(const void* bytes, std::size_t size);
 

@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "appjsonapi/device_facts.h"
+#include "appjsonapi/device_information.h"
 
-#include "text/text.h"
+#include "message/device_facts.h"
 #include <vxquilan/device.h>
 
 namespace vxq {
 
 namespace {
-
-constexpr int kUnknownNumber = -1;
 
 constexpr DeviceFact kDeviceInformation[] = {
     text_fact<128>("sn", port_device_sn_get),
@@ -23,29 +21,7 @@ constexpr DeviceFact kDeviceInformation[] = {
     number_fact("protType", port_device_prottype_get),
 };
 
-cJSON* create_fact(const DeviceFact& fact) {
-    if (fact.constant != nullptr)
-        return cJSON_CreateString(fact.constant);
-    if (fact.number != nullptr) {
-        int number = kUnknownNumber;
-        fact.number(&number);
-        return cJSON_CreateNumber(number);
-    }
-    TextBuffer<kLargestFact> buffer;
-    fact.text(buffer.data());
-    buffer.data()[fact.size] = '\0';
-    return cJSON_CreateString(buffer.text());
-}
-
 } // namespace
-
-bool add_device_facts(cJSON* object, std::span<const DeviceFact> facts) {
-    for (const DeviceFact& fact : facts) {
-        if (json_add(object, fact.key, create_fact(fact)) == nullptr)
-            return false;
-    }
-    return true;
-}
 
 bool add_device_information(cJSON* object) {
     cJSON* const information = json_add(object, "devInfo", cJSON_CreateObject());

@@ -41,7 +41,4 @@ consteval DeviceFact constant_fact(const char* key, const char* text) {
  */
 bool add_device_facts(cJSON* object, std::span<const DeviceFact> facts);
 
-/** Adds the "devInfo" object that describes the gateway; false when there is no memory. */
-bool add_device_information(cJSON* object);
-
 } // namespace vxq

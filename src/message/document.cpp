@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "appjsonapi/document.h"
+#include "message/document.h"
 
 #include "log/log.h"
 
