@@ -236,9 +236,9 @@ int vx_device_wpsswitch(int on);
 
 /**
  * Downloads and installs a firmware image. The entry of a detached thread of its own, so it may
- * take as long as it needs.
+ * take as long as it needs; an order that comes meanwhile is run beside it.
  *
- * @param upgrade  a struct vx_upgrade; copy it first, for the daemon may fill it again
+ * @param upgrade  a struct vx_upgrade of this call's own, valid until it returns
  * @return not looked at
  */
 void* vx_device_upgrade(void* upgrade);

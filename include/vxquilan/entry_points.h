@@ -49,6 +49,51 @@ VXQUILAN_EXPORT int profession_sys_register_code(const char* code);
  */
 VXQUILAN_EXPORT int profession_sys_data_report(int selector);
 
+/**
+ * Runs the platform channel on the calling thread: gets an address, connects, agrees on a key,
+ * registers the gateway and serves the platform's commands, again and again. To be called once, on
+ * a thread of its own with 256 KB of stack or more. Uses the device library's functions of the
+ * platform channel.
+ *
+ * @return never
+ */
+VXQUILAN_EXPORT int frame_vxquilan_net(void);
+
+/**
+ * Encrypts a text with AES-128-CBC and encodes the result as Base64.
+ *
+ * @param text  NUL-terminated; the padding is written behind it, so the buffer must have room for
+ *              16 more bytes. What was the NUL before is not restored.
+ * @param key   16 bytes
+ * @return a NUL-terminated text for free(); null when there is no memory
+ */
+VXQUILAN_EXPORT char* gwdencrypt_cbcaes_base64(char* text, const unsigned char* key);
+
+/**
+ * Takes back what gwdencrypt_cbcaes_base64() did. Up to 16 bytes 0x80 to 0xff at the end of the
+ * text, such as those of a last UTF-8 character, are lost with the padding.
+ *
+ * @param text  NUL-terminated Base64
+ * @param key   16 bytes
+ * @return a NUL-terminated text for free(); null when there is no Base64 or no memory
+ */
+VXQUILAN_EXPORT char* gwddecrypt_cbcaes_base64(const char* text, const unsigned char* key);
+
+/**
+ * Encodes a text as Base64, without line breaks.
+ *
+ * @return a NUL-terminated text for free(); null for the empty text, or when there is no memory
+ */
+VXQUILAN_EXPORT char* base64_encode(const char* text);
+
+/**
+ * Decodes Base64. Characters outside its alphabet are not noticed and give wrong bytes.
+ *
+ * @return the bytes and a NUL, for free(); null when the text is empty or its length no multiple of
+ *         4, or when there is no memory
+ */
+VXQUILAN_EXPORT char* base64_decode(const char* text);
+
 #ifdef __cplusplus
 }
 #endif

@@ -13,6 +13,10 @@ constinit std::atomic<int> g_activate_flag{0};
 constinit std::atomic<int> g_coap_refused{0};
 constinit std::atomic<int> g_run_flag{0};
 constinit std::atomic<int> g_coap_recv_thread{0};
+constinit std::atomic<int> g_tcp_flag{0};
+constinit std::atomic<int> g_tcp_thread{0};
+constinit std::atomic<int> g_heartbeat_thread{0};
+constinit std::atomic<int> g_heartbeat_recvflag{0};
 
 namespace {
 

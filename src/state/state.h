@@ -11,9 +11,17 @@
  * and whoever needs two of them to agree says so where it matters. All start at 0.
  */
 
-/** States of `g_quilan_status` that belong to the app channel; 0 to 8 are the platform channel's.
- */
+/** States of `g_quilan_status`: 0 to 8 are the platform channel's, the others the app channel's. */
 enum QuilanState : int {
+    kNetGetIpAddress = 0,
+    kNetTcpConnect = 1,
+    kNetTcpClose = 2,
+    kNetPublicKey = 3,
+    kNetEcdhPublicKey = 4, ///< a key mode that the gateway does not have: nothing happens any more
+    kNetDhPublicKey = 5,
+    kNetHeartbeat = 6,
+    kNetDeviceReg = 7,
+    kNetIdle = 8, ///< the connection is its threads' business
     kAppConnect = 9,
     kAppRegister = 10,
     kAppActivate = 11,
@@ -43,6 +51,15 @@ extern std::atomic<int> g_coap_refused;
 extern std::atomic<int> g_run_flag;
 /** 1 while the CoAP receive thread runs. */
 extern std::atomic<int> g_coap_recv_thread;
+
+/** 1 while the platform channel's threads may run. */
+extern std::atomic<int> g_tcp_flag;
+/** 1 while the platform channel's receive thread runs. */
+extern std::atomic<int> g_tcp_thread;
+/** 1 while the platform channel's heartbeat thread runs. */
+extern std::atomic<int> g_heartbeat_thread;
+/** Set to 1 by every message of the platform, cleared by the heartbeat thread. */
+extern std::atomic<int> g_heartbeat_recvflag;
 
 /**
  * Moves `g_quilan_status` from 9 to the state that a new session starts in: 11 when an activation
