@@ -9,6 +9,7 @@
 #include <vxquilan/entry_points.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <charconv>
 #include <chrono>
@@ -31,6 +32,9 @@ namespace {
 
 constexpr std::size_t kStackSize = 512UL * 1024; // the entry points build and send messages on it
 constexpr std::size_t kLongestLine = 4096;
+
+/// Whether the program has prepared the gateway for the app channel.
+std::atomic<bool> app_channel_runs{false};
 
 /// A function of the program that loaded the library, if it has it.
 template <class Function>
@@ -179,6 +183,22 @@ void start_control() {
     start_detached([channel] { serve(channel); });
 }
 
+bool wants_platform_channel() {
+    return look("platform_channel", [](const Json& state) {
+               return is_on(find(state, "/platform_channel/start")) ? kDone : kNotFound;
+           }) == kDone;
+}
+
+void run_platform_channel() {
+    auto* const channel = entry_point<decltype(frame_vxquilan_net)>("frame_vxquilan_net");
+    if (channel == nullptr) {
+        complain("the program doesn't export frame_vxquilan_net");
+        return;
+    }
+    complain("starting the platform channel");
+    channel(); // never comes back
+}
+
 struct Registration {
     std::string code;
     std::chrono::duration<double> delay{};
@@ -220,10 +240,18 @@ void start_registration() {
 int start_threads() {
     static std::once_flag once;
     std::call_once(once, [] {
+        app_channel_runs = true;
         start_control();
         start_registration();
     });
     return kDone;
+}
+
+void mode_was_asked() {
+    static std::atomic<int> questions{0};
+    if (app_channel_runs && ++questions == 2 && wants_platform_channel()) {
+        start_detached(run_platform_channel);
+    }
 }
 
 } // namespace vxdevice

@@ -3,6 +3,7 @@
 
 #include "facts.h"
 
+#include "control.h"
 #include "export.h"
 #include "layout.h"
 #include "operation.h"
@@ -133,6 +134,11 @@ VXDEVICE_TEXT_SETTERS(TEXT_SETTER)
 VXDEVICE_NUMBER_GETTERS(NUMBER_GETTER)
 VXDEVICE_NUMBER_SETTERS(NUMBER_SETTER)
 VXDEVICE_RECORD_GETTERS(RECORD_GETTER)
+
+int port_device_mode_get(int* mode) {
+    mode_was_asked();
+    return get_number_fact(__func__, "/settings/mode", mode);
+}
 
 int port_device_timeout_set(int timeout) {
     return act(__func__, {{"timeout", timeout}}, [&](Json& state) {

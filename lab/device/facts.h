@@ -34,7 +34,6 @@
     X(port_device_refreshtoken_set, "/credentials/refresh_token")
 
 #define VXDEVICE_NUMBER_GETTERS(X)                                                                 \
-    X(port_device_mode_get, "/settings/mode", number)                                              \
     X(port_device_timeout_get, "/credentials/token_expiry", number)                                \
     X(port_device_prottype_get, "/identity/protocol_type", number)                                 \
     X(port_device_coap_type, "/app_platform/tls", flag)                                            \

@@ -25,12 +25,14 @@ constexpr Fact facts[] = {
     VXDEVICE_TEXT_GETTERS(TEXT) VXDEVICE_NUMBER_GETTERS(NUMBER)
 #undef TEXT
 #undef NUMBER
-        {"/settings/first_guide", Kind::number},
+        {"/settings/mode", Kind::number},
+    {"/settings/first_guide", Kind::number},
     {"/app_platform/host", Kind::text},
     {"/app_platform/port", Kind::number},
     {"/platform_channel/ip", Kind::text},
     {"/platform_channel/key", Kind::text},
     {"/platform_channel/sequence", Kind::number},
+    {"/platform_channel/start", Kind::flag},
     {"/registration/code", Kind::text},
     {"/wireless/dbho_enable", Kind::flag},
     {"/wireless/wps", Kind::flag},
