@@ -58,6 +58,7 @@ std::span<const CommandTable> commandTables() {
         {"What the platform answers", platformCommands()},
         {"Requests to the gateway", requestCommands()},
         {"Faults on the wire", faultCommands()},
+        {"The platform channel", netCommands()},
     };
     return tables;
 }

@@ -10,5 +10,6 @@ std::span<const CommandRow> scriptCommands();
 std::span<const CommandRow> platformCommands();
 std::span<const CommandRow> requestCommands();
 std::span<const CommandRow> faultCommands();
+std::span<const CommandRow> netCommands();
 
 } // namespace vxp

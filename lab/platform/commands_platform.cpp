@@ -28,10 +28,21 @@ std::vector<const Exchange*> parseExchanges(const std::string& word) {
     return {exchange};
 }
 
+/// The platform channel's key mode has no rules as replies have: gateways read one member.
+Step parseKeyMode(const Arguments& arguments) {
+    return [mode = arguments.words(2, 2)[1]](Platform& platform) {
+        platform.net().setKeyMode(mode);
+        return std::nullopt;
+    };
+}
+
 Step parseSet(const Arguments& arguments) {
     auto words = arguments.words();
     if (words.size() < 2) {
         throw UsageError("something is missing");
+    }
+    if (words[0] == "keymode") {
+        return parseKeyMode(arguments);
     }
     const auto chosen = parseExchanges(words[0]);
     words.erase(words.begin());
@@ -215,6 +226,17 @@ void accept(Platform& platform) {
 
 // --- show ---------------------------------------------------------------------------------------
 
+void showNetConnections(Platform& platform) {
+    if (!platform.hasNet()) {
+        return;
+    }
+    for (const NetConnection& connection : platform.net().connections()) {
+        platform.print(fmt::format("#{} net {}{}{}", connection.id, connection.peer.text(),
+                                   connection.registration != 0 ? "" : " (not registered)",
+                                   connection.mac.empty() ? "" : " " + connection.mac));
+    }
+}
+
 void showConnections(Platform& platform) {
     for (const Connection* connection : platform.app().server().connections()) {
         const Gateway* gateway = platform.app().gatewayOn(connection->id);
@@ -223,6 +245,7 @@ void showConnections(Platform& platform) {
                                    connection->ready ? "" : " (not ready)",
                                    gateway != nullptr ? " " + gateway->mac : ""));
     }
+    showNetConnections(platform);
 }
 
 void showGateways(Platform& platform) {
@@ -275,12 +298,13 @@ Step parseShow(const Arguments& arguments) {
 }
 
 constexpr CommandRow rows[] = {
-    {"set", "REQUEST|all WORD...",
+    {"set", "REQUEST|all WORD...|keymode dh|ecdh|TEXT",
      "change the reply to register, activate, login, devinfo, heartbeat, data or refresh; default "
      "is the ordinary one again; rules with times=N hold in turn, then the one without. Words: "
      "errcode=N [credentials] member.NAME=VALUE (devId= secret= accessToken= refreshToken= "
      "timeOut= likewise) omit=NAME,... raw=TEXT|@FILE rawhex=HEX empty silence delay=TIME "
-     "drop=before|after code=2.04 times=N",
+     "drop=before|after code=2.04 times=N. keymode: what the reply to the platform "
+     "channel's request for it says",
      parseSet},
     {"code", "add CODE|remove CODE|clear",
      "registration codes that are accepted; every code as long as there are none", parseCode},

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "body.h"
 #include "command_tables.h"
 #include "platform.h"
 #include "requests.h"
@@ -6,19 +7,11 @@
 
 #include <fmt/format.h>
 
-#include <filesystem>
 #include <utility>
 
 namespace vxp {
 
 namespace {
-
-/// Where a request's body comes from; files are read when the request is sent.
-struct Body {
-    enum class Kind { none, text, file };
-    Kind kind = Kind::none;
-    std::string value;
-};
 
 struct IdentifierWord {
     std::string_view name;
@@ -69,40 +62,10 @@ std::size_t takeIdentifiers(Identifiers& identifiers, const Arguments& arguments
     }
 }
 
-Body parseBody(const Arguments& arguments, std::string_view text) {
-    if (text.empty() || text == "none") {
-        return {};
-    }
-    if (text.front() == '@') {
-        return {Body::Kind::file, arguments.resolve(std::string(text.substr(1)))};
-    }
-    constexpr std::string_view hexPrefix = "hex:";
-    if (text.starts_with(hexPrefix)) {
-        auto bytes = parseHex(text.substr(hexPrefix.size()));
-        if (!bytes) {
-            throw UsageError("hex: takes pairs of hexadecimal digits");
-        }
-        return {Body::Kind::text, std::move(*bytes)};
-    }
-    return {Body::Kind::text, std::string(text)};
-}
-
-std::string loadBody(const Platform& platform, const Body& body) {
-    namespace fs = std::filesystem;
-    if (body.kind != Body::Kind::file) {
-        return body.value;
-    }
-    std::error_code error;
-    const fs::path sample = fs::path(platform.options().bodies) / fs::path(body.value).filename();
-    // A file of the operator's own goes before the sample of that name.
-    const bool own = fs::exists(body.value, error);
-    return readFile(own || !fs::exists(sample, error) ? body.value : sample.string());
-}
-
 Step sendStep(Command command, Body body) {
     return [command = std::move(command), body = std::move(body)](Platform& platform) {
         Command complete = command;
-        complete.payload = loadBody(platform, body);
+        complete.payload = loadBody(platform.options().bodies, body);
         platform.app().send(complete);
         return std::nullopt;
     };
@@ -141,10 +104,7 @@ Step parseNamed(const Arguments& arguments, const NamedRequest& request, std::si
     if (rest.empty() && !request.body.empty()) {
         return sendStep(std::move(command), {Body::Kind::file, std::string(request.body)});
     }
-    const bool literal = rest.empty() || rest == "none" || rest.starts_with("hex:") ||
-                         rest.front() == '{' || rest.front() == '[' || rest.front() == '@';
-    return sendStep(std::move(command),
-                    parseBody(arguments, literal ? std::string(rest) : "@" + std::string(rest)));
+    return sendStep(std::move(command), parseFileOrBody(arguments, rest));
 }
 
 Step parseNamedCommand(const Arguments& arguments) {

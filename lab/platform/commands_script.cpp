@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "command_tables.h"
+#include "net_messages.h"
 #include "platform.h"
 #include "text.h"
 
@@ -15,16 +16,20 @@ namespace {
 constexpr std::chrono::seconds usualTimeout{30};
 
 constexpr std::string_view eventNames[] = {
-    "connect", "tls",    "ready", "close",   "request", "response", "sent",    "answer",
-    "stray",   "signal", "lost",  "silence", "fault",   "error",    "command", "listening"};
+    "connect", "tls",  "ready",   "close", "request", "response", "sent",      "answer",   "stray",
+    "signal",  "lost", "silence", "fault", "error",   "command",  "listening", "malformed"};
 
 /// @return the recorder's key for what a script calls "login", "closed", "answer" or "answer:wan"
 std::string parseKey(const std::string& word) {
-    if (word == "closed") {
-        return "close";
+    constexpr std::string_view closed = "closed";
+    if (word == closed || word.starts_with("closed:")) {
+        return "close" + word.substr(closed.size());
     }
     if (const Exchange* exchange = findExchangeByName(word)) {
         return std::string(exchange->name);
+    }
+    if (findNetExchangeByName(word) != nullptr) {
+        return word;
     }
     const std::string name = word.substr(0, word.find(':'));
     if (std::find(std::begin(eventNames), std::end(eventNames), name) == std::end(eventNames)) {
@@ -339,8 +344,9 @@ constexpr CommandRow rows[] = {
     {"sleep", "TIME", "300ms, 20s, 2m or seconds; everything else goes on", parseSleep},
     {"wait", "[new] EVENT [TIMEOUT]",
      "wait up to 30s or TIMEOUT for a request (login, heartbeat, ...), or for connect, tls, ready, "
-     "close, answer, answer:NAME, ...; each event ends one wait, also when it came earlier, unless "
-     "it must be new",
+     "close, answer, answer:NAME, ..., on the platform channel for keymode, dh, net-register, "
+     "net-heartbeat, connect:net, close:net; each event ends one wait, also when it came earlier, "
+     "unless it must be new",
      parseWait},
     {"never", "EVENT TIME", "fail if it comes within that time", parseNever},
     {"forget", "[EVENT]", "events so far end no wait any more", parseForget},

@@ -16,12 +16,13 @@ struct Texts {
     std::string tls;
     std::string faultTcp;
     std::string faultTls;
+    std::string net;
 };
 
 void declare(CLI::App& app, vxp::Options& options, Texts& texts) {
     app.add_option("--tcp", texts.tcp,
                    "listen for CoAP over TCP on ADDRESS:PORT (default 127.0.0.1:5683 unless --tls "
-                   "is given); port 0 lets the system choose");
+                   "or --net is given); port 0 lets the system choose");
     app.add_option("--tls", texts.tls, "listen for CoAP over TLS on ADDRESS:PORT");
     app.add_option("--tls-dir", options.certificateFolder,
                    "folder of platform-cert.pem and platform-key.pem, made when missing")
@@ -29,6 +30,12 @@ void declare(CLI::App& app, vxp::Options& options, Texts& texts) {
     app.add_option("--fault-tcp", texts.faultTcp,
                    "fault port: passes on to the TCP port, with the faults of the fault command");
     app.add_option("--fault-tls", texts.faultTls, "the same in front of the TLS port");
+    app.add_option("--net", texts.net,
+                   "serve the platform channel on ADDRESS, port 32768, or on ADDRESS:PORT");
+    app.add_option("--frame-iv-fill", options.frameIvFill,
+                   "the value of all bytes of the IV of the platform channel's frames")
+        ->check(CLI::Range(0U, 255U))
+        ->capture_default_str();
     app.add_option("--script", options.script, "run the commands of a file")->option_text("FILE");
     app.add_flag("--prompt", options.prompt,
                  "read commands from standard input (done anyway without --script and --serve)");
@@ -67,10 +74,18 @@ void takeAddress(std::optional<vxp::Address>& target, const char* option, const 
     }
 }
 
+/// Gateways connect to one port; an address alone means that.
+std::string withNetPort(const std::string& text) {
+    const bool addressOnly =
+        text.find('.') != std::string::npos && text.find(':') == std::string::npos;
+    return addressOnly ? fmt::format("{}:{}", text, vxp::netPort) : text;
+}
+
 void complete(vxp::Options& options, const Texts& texts) {
     takeAddress(options.tls, "--tls", texts.tls);
-    takeAddress(options.tcp, "--tcp",
-                texts.tcp.empty() && !options.tls ? "127.0.0.1:5683" : texts.tcp);
+    takeAddress(options.net, "--net", withNetPort(texts.net));
+    const bool usualPort = texts.tcp.empty() && !options.tls && !options.net;
+    takeAddress(options.tcp, "--tcp", usualPort ? "127.0.0.1:5683" : texts.tcp);
     takeAddress(options.faultTcp, "--fault-tcp", texts.faultTcp);
     takeAddress(options.faultTls, "--fault-tls", texts.faultTls);
     if (options.faultTcp && !options.tcp) {
@@ -86,6 +101,7 @@ int run(int argc, char** argv) {
     CLI::App app("vxplatform: an emulator of the cloud platform that gateways connect to");
     vxp::Options options;
     options.bodies = VXPLATFORM_BODIES_DIR;
+    options.frameIvFill = VXPLATFORM_FRAME_IV_FILL;
     Texts texts;
     declare(app, options, texts);
     try {

@@ -120,8 +120,9 @@ std::string optionText(const Option& option) {
     return value.is_string() ? quoteText(value.get<std::string>()) : printJson(value);
 }
 
-Json describeMessage(const Message& message) {
-    Json fields = Json::object();
+namespace {
+
+void describeHeader(Json& fields, const Message& message) {
     fields["code"] = codeText(message.code);
     if (!message.path.empty()) {
         fields["path"] = message.path;
@@ -135,6 +136,15 @@ Json describeMessage(const Message& message) {
         options[optionName(option.number)] = describeOption(option);
     }
     fields["options"] = std::move(options);
+}
+
+} // namespace
+
+Json describeMessage(const Message& message) {
+    Json fields = Json::object();
+    if (message.carrier == Carrier::coap) {
+        describeHeader(fields, message);
+    }
     fields["length"] = message.payload.size();
     if (const auto document = parseJson(message.payload)) {
         fields["json"] = *document;

@@ -38,7 +38,10 @@ struct Option {
     std::string value;
 };
 
-/// One CoAP message, free of the library that carries it.
+/// What carries a message: the platform channel's frames have nothing but a payload.
+enum class Carrier { coap, frame };
+
+/// One message, free of the library that carries it.
 struct Message {
     int code = 0;
     std::string token;
@@ -46,6 +49,7 @@ struct Message {
     std::string query;           ///< the parts joined by "&"
     std::vector<Option> options; ///< all but path and query, by number
     std::string payload;
+    Carrier carrier = Carrier::coap;
 
     /// @return the value of the first option of that number, or null
     [[nodiscard]] const std::string* option(std::uint16_t number) const;

@@ -71,6 +71,11 @@ Platform::Platform(Options options) : m_options(std::move(options)) {
     m_app->policy() = m_options.policy;
     m_app->registry().codes().insert(m_options.codes.begin(), m_options.codes.end());
     createRelays();
+    if (m_options.net) {
+        const auto ivFill = static_cast<unsigned char>(m_options.frameIvFill);
+        m_net =
+            std::make_unique<NetChannel>(NetSettings{*m_options.net, ivFill}, m_recorder, m_timers);
+    }
     m_app->describePeer = [this](const Address& peer) -> std::string {
         for (const auto& relay : m_relays) {
             if (relay->owns(peer)) {
@@ -122,9 +127,22 @@ void Platform::accept() {
         const Transport transport = relay->framed() ? Transport::tcp : Transport::tls;
         relay->open(*m_app->server().address(transport));
     }
+    if (m_net) {
+        m_net->listen();
+    }
+}
+
+NetChannel& Platform::net() {
+    if (!m_net) {
+        throw StepFailed("there is no platform channel (see --net)");
+    }
+    return *m_net;
 }
 
 void Platform::refuse() {
+    if (m_net) {
+        m_net->refuse();
+    }
     for (const auto& relay : m_relays) {
         relay->close();
     }
@@ -170,6 +188,9 @@ void Platform::step() {
     for (const auto& relay : m_relays) {
         relay->fillPoll(descriptors);
     }
+    if (m_net) {
+        m_net->fillPoll(descriptors);
+    }
     const int timeout = pollTimeout(m_app->server().prepare());
     const timespec limit{timeout / 1000, timeout % 1000 * 1000000L};
     const int ready = ::ppoll(descriptors.data(), static_cast<nfds_t>(descriptors.size()),
@@ -183,6 +204,9 @@ void Platform::step() {
     m_app->server().process();
     for (const auto& relay : m_relays) {
         relay->process(descriptors);
+    }
+    if (m_net) {
+        m_net->process(descriptors);
     }
     m_timers.run(Clock::now());
     if (descriptors[1].revents != 0) {

@@ -3,6 +3,7 @@
 
 #include "app_channel.h"
 #include "journal.h"
+#include "net_channel.h"
 #include "printer.h"
 #include "recorder.h"
 #include "relay.h"
@@ -23,6 +24,8 @@ struct Options {
     std::optional<Address> tls;
     std::optional<Address> faultTcp; ///< fault port in front of the TCP port
     std::optional<Address> faultTls; ///< fault port in front of the TLS port
+    std::optional<Address> net;      ///< the platform channel
+    unsigned frameIvFill = 0;        ///< the value of all bytes of its frames' IV
     std::string certificateFolder = "vxplatform-tls";
     std::string script;
     std::string journal;
@@ -61,6 +64,9 @@ public:
 
     Recorder& recorder() { return m_recorder; }
     AppChannel& app() { return *m_app; }
+    /// @throws StepFailed when the platform channel is not served
+    NetChannel& net();
+    [[nodiscard]] bool hasNet() const { return m_net != nullptr; }
     std::vector<std::unique_ptr<Relay>>& relays() { return m_relays; }
     ScriptRunner& runner() { return m_runner; }
     [[nodiscard]] const Options& options() const { return m_options; }
@@ -99,6 +105,7 @@ private:
     ScriptRunner m_runner;
     std::unique_ptr<AppChannel> m_app;
     std::vector<std::unique_ptr<Relay>> m_relays;
+    std::unique_ptr<NetChannel> m_net;
     std::string m_promptInput;
     int m_promptDescriptor = -1;
     int m_promptLine = 0;

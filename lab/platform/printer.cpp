@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "printer.h"
 
+#include "net_status.h"
 #include "text.h"
 
 #include <fmt/chrono.h>
@@ -79,7 +80,32 @@ bool isShownElsewhere(const Event& event) {
     return event.name == "listening" || event.name == "error";
 }
 
+std::string detailText(const Event& event, const char* name) {
+    const auto found = event.details.find(name);
+    return found != event.details.end() && found->is_string() ? found->get<std::string>()
+                                                              : std::string{};
+}
+
+/// A frame has its type where a CoAP message has its code and path.
+std::string renderFrame(const Event& event, const Message& message) {
+    const std::string type = detailText(event, "type");
+    const std::string topic = event.topic.empty() ? event.name : event.name + " " + event.topic;
+    std::string text =
+        fmt::format("{}  {}{}  {}  ({})\n{}payload   {}\n", clockText(event.time), arrow(event),
+                    place(event), type.empty() ? "frame" : type, topic, indentation,
+                    message.payload.empty() ? "none" : payloadText(message.payload));
+    std::string_view label = "status";
+    for (const std::string& line : describeStatus(message.payload)) {
+        text += fmt::format("{}{:<10}{}\n", indentation, label, line);
+        label = "";
+    }
+    return text + fmt::format("{}note      {}\n", indentation, notes(event));
+}
+
 std::string renderMessage(const Event& event, const Message& message) {
+    if (message.carrier == Carrier::frame) {
+        return renderFrame(event, message);
+    }
     std::string text = fmt::format("{}  {}{}  {}", clockText(event.time), arrow(event),
                                    place(event), codeText(message.code));
     if (!message.path.empty()) {

@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "relay.h"
 
-#include <fmt/format.h>
+#include "descriptor.h"
 
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
-#include <stdexcept>
 #include <utility>
 
 namespace vxp {
@@ -80,17 +78,6 @@ int openSocket(const Address& address) {
     return ::socket(address.storage.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
 }
 
-short eventsOf(const std::vector<pollfd>& descriptors, int descriptor) {
-    for (const pollfd& entry : descriptors) {
-        if (entry.fd == descriptor) {
-            return entry.revents;
-        }
-    }
-    return 0;
-}
-
-constexpr short readable = POLLIN | POLLHUP | POLLERR;
-
 /// @return whether the stream goes on
 bool readInto(int descriptor, std::string& bytes) {
     char buffer[readSize];
@@ -116,17 +103,7 @@ void Relay::open(const Address& target) {
     if (m_listener >= 0) {
         return;
     }
-    const int on = 1;
-    m_listener = openSocket(m_listen);
-    if (m_listener < 0 || ::setsockopt(m_listener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) != 0 ||
-        ::bind(m_listener, m_listen.raw(), m_listen.length) != 0 ||
-        ::listen(m_listener, SOMAXCONN) != 0) {
-        const std::string reason = std::strerror(errno);
-        close();
-        throw std::runtime_error(
-            fmt::format("{}: cannot listen for {}: {}", m_listen.text(), m_name, reason));
-    }
-    m_listen = localAddress(m_listener);
+    m_listener = openListener(m_listen, m_name).release();
     Event listening;
     listening.name = "listening";
     listening.details["transport"] = m_name;
@@ -299,11 +276,10 @@ void Relay::flush(int descriptor, std::string& bytes, bool& dead) {
 }
 
 void Relay::closeLink(Link& link, bool reset) {
-    const linger now{1, 0};
     for (int* descriptor : {&link.gateway, &link.platform}) {
         if (*descriptor >= 0) {
             if (reset) {
-                (void)::setsockopt(*descriptor, SOL_SOCKET, SO_LINGER, &now, sizeof now);
+                armReset(*descriptor);
             }
             ::close(*descriptor);
             *descriptor = -1;

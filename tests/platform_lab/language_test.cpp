@@ -147,7 +147,22 @@ INSTANTIATE_TEST_SUITE_P(
         std::pair{"fault tolerance", "no such fault"}, std::pair{"fault cut x", "no offset"},
         std::pair{"fault cut 1025", "no offset"}, std::pair{"fault mute 1", "no offset"},
         std::pair{"fault raw", "pairs of hexadecimal"}, std::pair{"fault raw zz", "pairs"},
-        std::pair{"exit 256", "no exit status"}, std::pair{"run", "missing"}));
+        std::pair{"net-select x", "no connection"}, std::pair{"net-drop 1", "too much"},
+        std::pair{"net-send", "something is missing"},
+        std::pair{"net-wifi hex:0", "pairs of hexadecimal"}, std::pair{"net-fault", "missing"},
+        std::pair{"net-fault tolerance", "no such fault"},
+        std::pair{"net-fault off 1", "no such fault"},
+        std::pair{"net-fault magic 4", "no number from 0 to 3"},
+        std::pair{"net-fault magic -1", "no number from 0 to 3"},
+        std::pair{"net-fault wrong-key 1", "too much"},
+        std::pair{"net-fault over-long 10239", "no number from 10240 to 65535"},
+        std::pair{"net-fault merge 1", "no number from 2 to 64"},
+        std::pair{"net-fault split 0", "no number from 1 to 10240"},
+        std::pair{"net-fault split 5 soon", "no time such as"},
+        std::pair{"net-fault silence login", "no such request: \"login\""},
+        std::pair{"net-fault raw zz", "pairs"}, std::pair{"set keymode", "missing"},
+        std::pair{"set keymode a b", "too much"}, std::pair{"exit 256", "no exit status"},
+        std::pair{"run", "missing"}));
 
 TEST(Command, IdentifierIsAtMost255Bytes) {
     EXPECT_EQ(reasonOf("wan trace-id=" + std::string(255, 'x')), "");
@@ -164,6 +179,22 @@ TEST(Command, GoodLines) {
                              "wait devInfoSync 1m",
                              "wait .sys/login",
                              "wait closed",
+                             "wait closed:net",
+                             "wait keymode",
+                             "wait net-register 2s",
+                             "wait answer:net-status",
+                             "wait malformed",
+                             "assert dh@prime-bits == 128",
+                             "set keymode ecdh",
+                             "net-wifi",
+                             "net-status {\"get\": []}",
+                             "net-send {\"type\": \"x y\"}",
+                             "net-select latest",
+                             "net-drop",
+                             "net-fault silence dh",
+                             "net-fault split 1 20ms",
+                             "net-fault dh-garbage AA==",
+                             "net-fault raw 3f72",
                              "wait answer:wan",
                              "forget",
                              "forget login",
@@ -240,7 +271,7 @@ TEST(Script, ShippedScriptsAreUnderstood) {
         EXPECT_NO_THROW(loadScript(entry.path().string())) << entry.path();
         ++count;
     }
-    EXPECT_GE(count, 7U);
+    EXPECT_GE(count, 8U);
 }
 
 TEST(Requests, EveryPostHasABodyOfJson) {
