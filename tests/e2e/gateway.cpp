@@ -18,15 +18,15 @@ nlohmann::json read_json(const std::filesystem::path& file) {
     return nlohmann::json::parse(stream);
 }
 
-/** The daemon's command line, with a tool such as valgrind in front of it if one is asked for. */
-std::vector<std::string> daemon_command() {
+/** A program's command line, with a tool such as valgrind in front of it if one is asked for. */
+std::vector<std::string> command_of(const char* program) {
     std::vector<std::string> command;
     if (const char* const wrapper = std::getenv("VXQUILAN_TEST_DAEMON_WRAPPER")) {
         std::istringstream words(wrapper);
         for (std::string word; words >> word;)
             command.push_back(word);
     }
-    command.emplace_back(VXQUILAN_DAEMON);
+    command.emplace_back(program);
     return command;
 }
 
@@ -70,6 +70,14 @@ nlohmann::json Gateway::state() const {
 }
 
 void Gateway::start(const std::map<std::string, std::string>& environment) {
+    run(VXQUILAN_DAEMON, environment);
+}
+
+void Gateway::start_net(const std::map<std::string, std::string>& environment) {
+    run(VXQUILAN_NET, environment);
+}
+
+void Gateway::run(const char* program, const std::map<std::string, std::string>& environment) {
     std::map<std::string, std::string> variables = {
         {"VX_DEVICE_STATE", folder_ / "gateway.json"},
         {"VX_DEVICE_JOURNAL", folder_ / "calls.jsonl"},
@@ -79,7 +87,7 @@ void Gateway::start(const std::map<std::string, std::string>& environment) {
     };
     for (const auto& [name, value] : environment)
         variables[name] = value;
-    daemon_ = std::make_unique<Process>(daemon_command(), variables, folder_ / "daemon.log");
+    daemon_ = std::make_unique<Process>(command_of(program), variables, folder_ / "daemon.log");
 }
 
 void Gateway::control(const std::string& line) const {
@@ -114,6 +122,11 @@ bool Gateway::called(const std::string& operation) const {
             return true;
     }
     return false;
+}
+
+bool Gateway::complained() const {
+    // valgrind, told to be quiet, has lines of its own for errors and leaks only.
+    return logged("==" + std::to_string(daemon_->id()) + "==") || logged("Assertion");
 }
 
 bool Gateway::logged(const std::string& text) const {

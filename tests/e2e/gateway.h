@@ -33,6 +33,8 @@ public:
 
     /** Starts the daemon, optionally with another library in front of the bundled one. */
     void start(const std::map<std::string, std::string>& environment = {});
+    /** Starts the platform channel by itself instead. */
+    void start_net(const std::map<std::string, std::string>& environment = {});
 
     /** Says something to the simulated gateway's control channel, e.g. "register-code 4711". */
     void control(const std::string& line) const;
@@ -45,9 +47,14 @@ public:
     bool logged(const std::string& text) const;
     int times_logged(const std::string& text) const;
 
+    /** Whether a tool that the daemon runs under found something, or an assertion failed. */
+    bool complained() const;
+
     Process& daemon() { return *daemon_; }
 
 private:
+    void run(const char* program, const std::map<std::string, std::string>& environment);
+
     TemporaryFolder folder_;
     std::unique_ptr<Process> daemon_;
 };
