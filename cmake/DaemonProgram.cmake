@@ -10,7 +10,8 @@ file(STRINGS ${vxq_exports} vxq_exported_names)
 
 function(vxq_daemon_program name)
     add_executable(${name} ${ARGN})
-    target_link_libraries(${name} PRIVATE module_vxquilan vxq_daemon_options vxdevice vxlog)
+    target_link_libraries(${name} PRIVATE
+        module_vxquilan module_base_skill module_json_clear vxq_daemon_options vxdevice vxlog)
     foreach(entry_point IN LISTS vxq_exported_names)
         target_link_options(${name} PRIVATE
             LINKER:--undefined=${entry_point} LINKER:--export-dynamic-symbol=${entry_point})

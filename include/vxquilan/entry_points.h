@@ -60,6 +60,43 @@ VXQUILAN_EXPORT int profession_sys_data_report(int selector);
 VXQUILAN_EXPORT int frame_vxquilan_net(void);
 
 /**
+ * Reads one setting of a text file with a line for each: a key, ":" or a blank, a value. Lines that
+ * begin with "#" are comments. Nothing in a value is escaped: it ends at the next separator of the
+ * line's kind. Only the first 1,024 lines are looked at, and 255 characters are the longest line;
+ * what is longer counts as several. Needs about 260 KB of the calling thread's stack.
+ *
+ * @param path   the file
+ * @param key    looked for by its first 126 characters, case-sensitive; the first match counts
+ * @param value  receives the value without the line's end and without a NUL of its own: 256 bytes,
+ *               zero-filled by the caller
+ * @return 1 when the setting was found; 0 when it was not, the file can't be read or an argument is
+ *         null; `value` is untouched then
+ */
+VXQUILAN_EXPORT int vx_getcfgx(const char* path, const char* key, char* value);
+
+/**
+ * Changes one setting of such a file, or appends it as "key:value". Comments, other settings and
+ * the changed line's separator stay. The line written is cut to 254 characters, its end included.
+ *
+ * The file is rewritten in place, not exchanged: one reader or writer at a time, and after a loss
+ * of power or on a full file system it may end early. Needs about 260 KB of stack, too.
+ *
+ * @param path  a file that exists; one of more than 1,024 lines is left alone
+ * @return 1 when a line was replaced; 0 when the setting was appended, and when nothing could be
+ *         written: who has to know reads it back
+ */
+VXQUILAN_EXPORT int vx_setcfgx(const char* path, const char* key, const char* value);
+
+struct cJSON;
+
+/**
+ * Empties a cJSON item, which itself stays allocated: deletes its children and frees its value text
+ * (unless it is a reference), its key (unless that is constant) and the memory of its `next` item,
+ * but nothing that hangs on that; the four members are null afterwards. A null item is ignored.
+ */
+VXQUILAN_EXPORT void cJSON_Clear(struct cJSON* item);
+
+/**
  * Encrypts a text with AES-128-CBC and encodes the result as Base64.
  *
  * @param text  NUL-terminated; the padding is written behind it, so the buffer must have room for
