@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "unit/fixture.h"
 
-#include <cstdlib>
 #include <limits>
-
-#include <cJSON.h>
 
 #include "vxquilan/app_heartbeat.h"
 
@@ -40,25 +37,6 @@ void clear_state() {
          {&g_quilan_status, &g_coap_recvflag, &g_app_count, &g_heartbeat_app_thread,
           &g_activate_flag, &g_coap_refused, &g_run_flag, &g_coap_recv_thread})
         *word = 0;
-}
-
-long s_blocks = 0;
-long s_requests_left = -1; // until the one that is refused; negative for none
-bool s_refused = false;
-
-void* counted_malloc(std::size_t size) {
-    if (s_requests_left >= 0 && s_requests_left-- == 0) {
-        s_refused = true;
-        return nullptr;
-    }
-    ++s_blocks;
-    return std::malloc(size);
-}
-
-void counted_free(void* block) {
-    if (block != nullptr)
-        --s_blocks;
-    std::free(block);
 }
 
 } // namespace
@@ -102,28 +80,4 @@ Texts sent_paths() {
     for (const fake::SentRequest& request : fake::coap().sent())
         paths.push_back(request.path);
     return paths;
-}
-
-JsonMemory::JsonMemory() {
-    s_blocks = 0;
-    cJSON_Hooks hooks{counted_malloc, counted_free};
-    cJSON_InitHooks(&hooks);
-}
-
-JsonMemory::~JsonMemory() {
-    s_requests_left = -1;
-    cJSON_InitHooks(nullptr);
-}
-
-void JsonMemory::refuse(long request) {
-    s_requests_left = request;
-    s_refused = false;
-}
-
-bool JsonMemory::refused() const {
-    return s_refused;
-}
-
-long JsonMemory::in_use() const {
-    return s_blocks;
 }

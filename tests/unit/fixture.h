@@ -16,6 +16,7 @@
 #include "support/fake_log.h"
 #include "support/fake_os.h"
 #include "support/journal.h"
+#include "support/json_memory.h"
 
 /**
  * A test of the daemon's modules among fakes: everything starts afresh, a sample gateway answers
@@ -50,19 +51,3 @@ template <class Case>
 std::string case_name(const testing::TestParamInfo<Case>& information) {
     return information.param.name;
 }
-
-/** Counts what cJSON has allocated and can refuse it. One at a time. */
-class JsonMemory {
-public:
-    JsonMemory();
-    ~JsonMemory();
-    JsonMemory(const JsonMemory&) = delete;
-    JsonMemory& operator=(const JsonMemory&) = delete;
-
-    /** The request with this number from now on, counted from 0, is refused. */
-    void refuse(long request);
-    /** True when that request has come. */
-    [[nodiscard]] bool refused() const;
-    /** Blocks that haven't been freed. */
-    [[nodiscard]] long in_use() const;
-};

@@ -1,11 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "unit_net/net_fixture.h"
 
-#include <cstdlib>
-#include <cstring>
-
-#include <cJSON.h>
-
 #include "vxquilan/frame_tcp_recv.h"
 #include "vxquilan/net_heartbeat.h"
 
@@ -26,27 +21,6 @@ constexpr SampleText kSampleTexts[] = {
     {"port_device_version_get", "1.7"},
     {"port_device_ip_get", "192.0.2.7"},
 };
-
-long s_blocks = 0;
-long s_requests_left = -1; // none is refused
-bool s_refused = false;
-
-void* counted_malloc(std::size_t size) {
-    if (s_requests_left == 0) {
-        s_refused = true;
-        return nullptr;
-    }
-    if (s_requests_left > 0)
-        --s_requests_left;
-    ++s_blocks;
-    return std::malloc(size);
-}
-
-void counted_free(void* block) {
-    if (block != nullptr)
-        --s_blocks;
-    std::free(block);
-}
 
 } // namespace
 
@@ -103,38 +77,4 @@ std::vector<unsigned char> last_record(const std::string& operation) {
             record = entry.record;
     }
     return record;
-}
-
-RecordBytes& RecordBytes::number(std::size_t offset, std::int32_t value) {
-    std::memcpy(bytes_.data() + offset, &value, sizeof value);
-    return *this;
-}
-
-RecordBytes& RecordBytes::text(std::size_t offset, const std::string& value) {
-    std::memcpy(bytes_.data() + offset, value.data(), value.size());
-    return *this;
-}
-
-JsonMemory::JsonMemory() {
-    s_blocks = 0;
-    cJSON_Hooks hooks{counted_malloc, counted_free};
-    cJSON_InitHooks(&hooks);
-}
-
-JsonMemory::~JsonMemory() {
-    s_requests_left = -1;
-    cJSON_InitHooks(nullptr);
-}
-
-void JsonMemory::refuse_from(long request) {
-    s_requests_left = request;
-    s_refused = false;
-}
-
-bool JsonMemory::refused() const {
-    return s_refused;
-}
-
-long JsonMemory::in_use() const {
-    return s_blocks;
 }

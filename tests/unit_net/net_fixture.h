@@ -15,6 +15,8 @@
 #include "support/fake_log.h"
 #include "support/fake_os.h"
 #include "support/journal.h"
+#include "support/json_memory.h"
+#include "support/record_bytes.h"
 #include "unit_net/fake_frame.h"
 #include "unit_net/log_lines.h"
 #include <vxquilan/device.h>
@@ -45,36 +47,9 @@ Lines device_calls();
 /** The bytes of the record that the last call of an operation was given. */
 std::vector<unsigned char> last_record(const std::string& operation);
 
-/** A record as its layout says, field by field at an offset; whatever is not put is zero. */
-class RecordBytes {
-public:
-    explicit RecordBytes(std::size_t size) : bytes_(size, 0) {}
-    RecordBytes& number(std::size_t offset, std::int32_t value);
-    RecordBytes& text(std::size_t offset, const std::string& value);
-    [[nodiscard]] const std::vector<unsigned char>& bytes() const { return bytes_; }
-
-private:
-    std::vector<unsigned char> bytes_;
-};
-
 template <class Record>
 std::vector<unsigned char> bytes_of(const Record& record) {
     std::vector<unsigned char> bytes(sizeof record);
     std::memcpy(bytes.data(), &record, sizeof record);
     return bytes;
 }
-
-/** Counts what cJSON has allocated and can refuse it. One at a time. */
-class JsonMemory {
-public:
-    JsonMemory();
-    ~JsonMemory();
-    JsonMemory(const JsonMemory&) = delete;
-    JsonMemory& operator=(const JsonMemory&) = delete;
-
-    /** The request with this number from now on, counted from 0, and all after it are refused. */
-    void refuse_from(long request);
-    [[nodiscard]] bool refused() const;
-    /** Blocks that haven't been freed. */
-    [[nodiscard]] long in_use() const;
-};

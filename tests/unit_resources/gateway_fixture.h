@@ -12,7 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "support/fake_device.h"
-#include "unit_resources/record_bytes.h"
+#include "support/record_bytes.h"
 
 /** What every answer of a settings resource looks like. */
 std::string success();

@@ -1,47 +1,18 @@
 // SPDX-License-Identifier: MIT
 // A gateway that runs out of memory answers nothing rather than half a document, keeps what it has
 // in order, and gives all memory back.
-#include <cstdlib>
-
-#include <cJSON.h>
-
 #include "protocol/gateway_status.h"
 #include "support/fake_coap.h"
 #include "support/fake_log.h"
+#include "support/json_memory.h"
 #include "unit_resources/settings_model.h"
 
 namespace {
 
-int s_left = 0;    ///< allocations until there is no more memory; negative for no limit
-int s_balance = 0; ///< pieces handed out and not given back
-
-void* allocate(std::size_t size) {
-    if (s_left == 0)
-        return nullptr;
-    if (s_left > 0)
-        --s_left;
-    ++s_balance;
-    return std::malloc(size);
-}
-
-void release(void* piece) {
-    if (piece != nullptr)
-        --s_balance;
-    std::free(piece);
-}
-
 class MemoryTest : public SettingsTest {
 protected:
-    void SetUp() override {
-        SettingsTest::SetUp();
-        s_left = -1;
-        s_balance = 0;
-        cJSON_Hooks hooks{allocate, release};
-        cJSON_InitHooks(&hooks);
-    }
     void TearDown() override {
-        cJSON_InitHooks(nullptr);
-        EXPECT_EQ(s_balance, 0);
+        EXPECT_EQ(memory_.in_use(), 0);
         SettingsTest::TearDown();
     }
 
@@ -49,18 +20,17 @@ protected:
     void expect_whole_or_nothing(coap_method_handler_t handler,
                                  const std::optional<std::string>& body,
                                  const std::vector<std::string>& other_answers) {
-        s_left = -1;
         const std::string whole = serve(handler, body);
         const Request request(body);
         for (int allocations = 0;; ++allocations) {
             ASSERT_LT(allocations, 100'000);
             const std::size_t before = fake::coap().answers().size();
             fake::log().reset();
-            s_left = allocations;
+            memory_.refuse_from(allocations);
             handler(nullptr, g_coap_session, request.pdu(), nullptr, nullptr);
-            const bool ran_out = s_left == 0;
-            s_left = -1;
-            ASSERT_EQ(s_balance, 0) << allocations;
+            const bool ran_out = memory_.refused();
+            memory_.refuse_none();
+            ASSERT_EQ(memory_.in_use(), 0) << allocations;
             if (fake::coap().answers().size() == before) {
                 EXPECT_EQ(logged(3), std::vector<std::string>{"no memory for a message\n"});
                 continue;
@@ -75,6 +45,8 @@ protected:
             }
         }
     }
+
+    JsonMemory memory_;
 };
 
 TEST_F(MemoryTest, Questions) {
