@@ -2,6 +2,25 @@
 # vxq_daemon_program(NAME files...): a program made of the daemon's modules, for whatever device and
 # log library it finds at load time.
 
+# The libraries that the linker checks the programs against, and whose names the programs carry: the
+# lab's, or without the lab the maker's own, from the toolchain's folders or where the variable says.
+function(vxq_makers_library target variable)
+    find_library(${variable} ${target} DOC "The gateway maker's lib${target}.so")
+    if(NOT EXISTS "${${variable}}")
+        message(FATAL_ERROR "lib${target}.so: not found; say where with -D${variable}=FILE, "
+            "or leave out the daemon with -DVXQUILAN_DAEMON=OFF")
+    endif()
+    add_library(${target} SHARED IMPORTED GLOBAL)
+    # Without a soname of its own the library is asked for by its name, never by its place here.
+    set_target_properties(${target} PROPERTIES
+        IMPORTED_LOCATION "${${variable}}" IMPORTED_NO_SONAME ON)
+endfunction()
+
+if(VXQUILAN_DAEMON AND NOT VXQUILAN_LAB)
+    vxq_makers_library(vxdevice VXQUILAN_DEVICE_LIBRARY)
+    vxq_makers_library(vxlog VXQUILAN_LOG_LIBRARY)
+endif()
+
 # The entry points that the device library calls: linked although nothing in the program may call
 # them, and the only symbols of the program that other libraries see.
 set(vxq_exports ${PROJECT_SOURCE_DIR}/src/vxquilan_main/exports.txt)
