@@ -8,8 +8,9 @@
  * programs looks these functions up with dlsym(RTLD_DEFAULT, ...) and does without what isn't
  * there.
  *
- * They may be called from any thread of the library, but not from inside a function that the daemon
- * is just calling (device.h).
+ * They may be called from any thread of the library. Those that act (state, registration code, data
+ * report, platform channel) must not be called from inside a function that the daemon is just
+ * calling (device.h); the others may.
  */
 
 #if defined(__GNUC__)
@@ -52,7 +53,7 @@ VXQUILAN_EXPORT int profession_sys_data_report(int selector);
 /**
  * Runs the platform channel on the calling thread: gets an address, connects, agrees on a key,
  * registers the gateway and serves the platform's commands, again and again. To be called once, on
- * a thread of its own with 256 KB of stack or more. Uses the device library's functions of the
+ * a thread of its own with 512 KB of stack or more. Uses the device library's functions of the
  * platform channel.
  *
  * @return never

@@ -8,8 +8,15 @@ namespace vxq {
 using ThreadEntry = void* (*)(void*);
 
 /**
+ * Stack of each of the daemon's threads. All of them call the device library, which may want 260 KB
+ * for a look into its configuration file, beneath a handler with a record of 140 KB. Only what is
+ * used takes memory.
+ */
+inline constexpr std::size_t kThreadStack = std::size_t{512} * 1024;
+
+/**
  * Starts a detached thread. The stack size is always said: C libraries differ in their default
- * from 80 KB to 8 MB, and records of 140 KB live on these stacks.
+ * from 80 KB to 8 MB.
  *
  * @return true when the thread was started
  */

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <cstddef>
-
 /**
  * @file
  * The platform's commands. Each takes the whole message and its number. A command is acknowledged
@@ -22,6 +20,3 @@ int profession_upgrade(int sock, const char* text, int sequence);
 
 /** Reports the settings asked for; -1 when the report could not be built, else 0. */
 int profession_status(int sock, const char* text, int sequence);
-
-/** Stack for an upgrade's thread, all of which is the device library's. */
-inline constexpr std::size_t kUpgradeStack = std::size_t{512} * 1024;

@@ -54,9 +54,6 @@ int frame_coap_connect();
  */
 void frame_coap_serve(const char* path, coap_method_handler_t get, coap_method_handler_t post);
 
-/** Stack for the receive thread: handlers keep records of up to 140 KB on it. */
-inline constexpr std::size_t kCoapReceiveStack = std::size_t{512} * 1024;
-
 /**
  * To be called before the receive thread is created: from here on the session counts as running, so
  * that a request sent before the new thread's first step is not dropped.

@@ -81,7 +81,7 @@ void keep_alive(int session) {
 bool start_app_heartbeat() {
     const std::intptr_t session = frame_coap_session_number();
     return start_detached_thread(frame_app_heartbeat_thread, reinterpret_cast<void*>(session),
-                                 kHeartbeatStack);
+                                 kThreadStack);
 }
 
 } // namespace vxq

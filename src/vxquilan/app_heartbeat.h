@@ -1,12 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <cstddef>
-
 /** @file The thread that keeps the app channel's session alive. */
-
-/** Stack for the heartbeat thread: small bodies, but the device library is called on it. */
-inline constexpr std::size_t kHeartbeatStack = std::size_t{256} * 1024;
 
 /**
  * Sends a heartbeat every 50 seconds while replies come. Four in a row without a reply set state 9;

@@ -1,12 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <cstddef>
-
 /** @file The thread that receives what the platform sends, and carries it out. */
-
-/** Stack for the receive thread: a frame each way, the records of a status, the device library. */
-inline constexpr std::size_t kTcpReceiveStack = std::size_t{256} * 1024;
 
 /**
  * Receives and carries out frames until `g_tcp_flag` is cleared or the connection fails. The state

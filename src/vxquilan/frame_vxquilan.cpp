@@ -98,7 +98,7 @@ bool connect_refused() {
 
 void start_receive_thread() {
     frame_coap_recv_prepare();
-    if (start_detached_thread(frame_coap_recv, nullptr, kCoapReceiveStack))
+    if (start_detached_thread(frame_coap_recv, nullptr, kThreadStack))
         return;
     frame_coap_recv_abandon();
     QUILAN_LOG(VX_LOG_ERROR, "%s:creat_thread_wait_info error!\n", "frame_vxquilan");

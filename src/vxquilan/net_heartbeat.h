@@ -1,12 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <cstddef>
-
 /** @file The thread that keeps the platform channel's connection alive. */
-
-/** Stack for the heartbeat thread: small messages, but the device library is called on it. */
-inline constexpr std::size_t kNetHeartbeatStack = std::size_t{256} * 1024;
 
 /**
  * Sends a heartbeat every 5 seconds while the platform says anything. When a heartbeat cannot be

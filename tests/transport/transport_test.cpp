@@ -81,7 +81,7 @@ void TransportTest::set_access_token(const std::string& token) {
 
 void TransportTest::start_receive_thread() {
     frame_coap_recv_prepare();
-    ASSERT_TRUE(vxq::start_detached_thread(frame_coap_recv, nullptr, kCoapReceiveStack));
+    ASSERT_TRUE(vxq::start_detached_thread(frame_coap_recv, nullptr, vxq::kThreadStack));
     ++threads_;
 }
 

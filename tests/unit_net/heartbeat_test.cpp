@@ -149,7 +149,7 @@ TEST_F(Heartbeat, CountsAsRunningFromItsStart) {
     const fake::StartedThread thread = fake::os().threads()[0];
     EXPECT_EQ(thread.entry, frame_heartbeat_thread);
     EXPECT_EQ(reinterpret_cast<std::intptr_t>(thread.argument), kSock);
-    EXPECT_EQ(thread.stack_bytes, kNetHeartbeatStack);
+    EXPECT_EQ(thread.stack_bytes, vxq::kThreadStack);
     g_heartbeat_thread = 0;
     fake::os().refuse_threads(true);
     EXPECT_FALSE(vxq::start_net_heartbeat(kSock));

@@ -336,7 +336,7 @@ TEST_F(ListTest, TheHostTableFitsTheReceiveThreadsStack) {
     const Request request(std::nullopt);
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, kCoapReceiveStack), 0);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, vxq::kThreadStack), 0);
     pthread_t thread;
     const auto serve_request = [](void* pdu) -> void* {
         profession_sys_gateway_system_hostinfo(
