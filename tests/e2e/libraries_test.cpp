@@ -9,13 +9,13 @@
 namespace e2e {
 namespace {
 
-constexpr char kOtherMac[] = "02:0T:HE:R0:00:01";
+constexpr char kOtherMac[] = "02:00:5E:10:20:30";
 
 /** The same binary, on a device library that it has never seen. */
 class OtherLibrary : public testing::Test {
 protected:
     void expect_other_gateway(std::map<std::string, std::string> environment) {
-        environment["OTHER_DEVICE_PORT"] = std::to_string(platform.port());
+        environment["EXAMPLE_PLATFORM_PORT"] = std::to_string(platform.port());
         gateway.start(environment);
         EXPECT_EQ(platform.wait_for("request:register").at("json").at("mac"), kOtherMac);
     }
