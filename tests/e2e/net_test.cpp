@@ -29,15 +29,22 @@ protected:
 
     /** Gives the platform a command that it answers for itself. */
     void fault(const std::string& line) const {
-        const std::size_t before = platform.events("fault").size();
+        const std::size_t before = platform.count("fault");
         platform.command("net-fault " + line);
         platform.wait_for("fault", before + 1);
+    }
+
+    /** Sets something at the platform, and waits until that holds. */
+    void set(const std::string& setting) const {
+        const std::size_t before = platform.count("command:set");
+        platform.command("set " + setting);
+        platform.wait_for("command:set", before + 1);
     }
 
     /** Sends a command to the gateway and waits until it has been acknowledged. */
     nlohmann::json order(const std::string& command) const {
         const std::string name = command.substr(0, command.find(' '));
-        const std::size_t before = platform.events("answer:" + name).size();
+        const std::size_t before = platform.count("answer:" + name);
         platform.command(command);
         return platform.wait_for("answer:" + name, before + 1);
     }
@@ -127,13 +134,13 @@ TEST_F(Net, PlatformSettingsAreOnlyTakenWhenTheGatewayWantsThem) {
 }
 
 TEST_F(Net, OtherKeyModeIsWaitedOutUntilTheDeviceModeChanges) {
-    platform.command("set keymode ecdh");
+    set("keymode ecdh");
     gateway.start_net({{"VX_LOG_LEVEL", "3"}}); // it logs without a pause meanwhile
     platform.wait_for("response:keymode");
-    platform.command("set keymode dh");
+    set("keymode dh");
     gateway.edit([](nlohmann::json& state) { state["settings"]["mode"] = 1; });
     platform.wait_for("request:net-heartbeat");
-    EXPECT_EQ(platform.events("request:keymode").size(), 2U);
+    EXPECT_EQ(platform.count("request:keymode"), 2U);
 }
 
 /** What a process holds. */
@@ -145,11 +152,11 @@ struct Holdings {
 
 TEST_F(Net, TwoHundredReconnectsLeaveNothingBehind) {
     const auto reconnect = [&](std::size_t times) {
-        platform.wait_for("close:net", platform.events("close:net").size() + times);
+        platform.wait_for("close:net", platform.count("close:net") + times);
     };
     // A mode that the gateway does not have leaves it at rest, with its connection open.
     const auto rest = [&]() -> Holdings {
-        platform.command("set keymode ecdh");
+        set("keymode ecdh");
         EXPECT_TRUE(wait_until([&] {
             const std::vector<nlohmann::json> replies = platform.events("response:keymode");
             return !replies.empty() && replies.back().at("json").at("keymode") == "ecdh";
@@ -158,11 +165,11 @@ TEST_F(Net, TwoHundredReconnectsLeaveNothingBehind) {
                 gateway.daemon().private_kilobytes()};
     };
 
-    platform.command("set keymode none-that-there-is");
+    set("keymode none-that-there-is");
     gateway.start_net({{"VX_LOG_LEVEL", "3"}});
     reconnect(50);
     const Holdings before = rest();
-    platform.command("set keymode none-that-there-is");
+    set("keymode none-that-there-is");
     gateway.edit([](nlohmann::json& state) { state["settings"]["mode"] = 1; });
     reconnect(200);
     const Holdings after = rest();
