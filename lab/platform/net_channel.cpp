@@ -85,10 +85,6 @@ std::string_view netFaultName(NetFault::Kind kind) {
 NetChannel::NetChannel(const NetSettings& settings, Recorder& recorder, Timers& timers)
     : m_settings(settings), m_recorder(recorder), m_timers(timers) {}
 
-NetChannel::~NetChannel() {
-    refuse();
-}
-
 Event NetChannel::event(std::string name, const NetConnection& connection) {
     Event result;
     result.name = std::move(name);

@@ -101,7 +101,6 @@ public:
     NetChannel(const NetSettings& settings, Recorder& recorder, Timers& timers);
     NetChannel(const NetChannel&) = delete;
     NetChannel& operator=(const NetChannel&) = delete;
-    ~NetChannel();
 
     /// Starts to listen and says where; a port that the system chose stays the same from then on.
     /// @throws std::runtime_error naming the address that cannot be listened on

@@ -175,6 +175,9 @@ int Platform::run() {
     if (!m_exiting && !m_runner.idle()) {
         fail("stopped while commands were still to be run", exitFailed);
     }
+    if (m_net) {
+        m_net->refuse(); // so that its connections are told to have ended
+    }
     return m_status;
 }
 

@@ -337,9 +337,9 @@ TEST_F(NetChannelTest, KeyOffersThatAreNoneEndTheConnection) {
         request["data"].erase(member);
         gateway->send(request);
         until("close", [&] { return gateway->closed(); });
-        until("event", [&] {
+        until("event", [&, expected = reason] {
             return platform->last("malformed").is_object() &&
-                   platform->last("malformed")["reason"] == reason;
+                   platform->last("malformed")["reason"] == expected;
         });
     }
 }
@@ -438,12 +438,12 @@ TEST_F(NetChannelTest, OverLongFrames) {
         gateway->reads.clear();
         gateway->send(gateway->message("keepalive"));
         std::string all;
-        until("frame", [&] {
+        until("frame", [&, body = length] {
             all.clear();
             for (const std::string& read : gateway->reads) {
                 all += read;
             }
-            return all.size() == 8 + length;
+            return all.size() == 8 + body;
         });
         EXPECT_EQ(hexText(all.substr(4, 4)),
                   hexText(gateway->frame(std::string(length, 'x')).substr(4, 4)));

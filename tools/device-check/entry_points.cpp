@@ -10,10 +10,6 @@
 #include <string_view>
 #include <unistd.h>
 
-// The log library's, which the daemon brings along for the device library.
-extern "C" VXQUILAN_EXPORT __attribute__((format(printf, 3, 4))) void
-vx_mod_log_printf(const char* module, int level, const char* format, ...);
-
 namespace device_check {
 namespace {
 
@@ -122,7 +118,8 @@ char* base64_decode(const char*) {
     return nullptr;
 }
 
-void vx_mod_log_printf(const char*, int, const char* format, ...) {
+// The log library's, which the daemon brings along for the device library.
+VXQUILAN_EXPORT void vx_mod_log_printf(const char*, int, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
     std::vfprintf(stderr, format, arguments);

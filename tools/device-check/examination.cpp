@@ -94,7 +94,8 @@ std::optional<std::string> Examination::load() {
         const Library library(settings_.library);
         library.error().copy(report.data(), kLongestReason - 1);
         for (std::size_t i = 0; i < operations().size(); ++i)
-            report.data()[kLongestReason + i] = library.symbol(operations()[i].name) != nullptr;
+            report.data()[kLongestReason + i] =
+                static_cast<char>(library.symbol(operations()[i].name) != nullptr);
         progress.step();
     });
     if (!outcome.accident.empty())

@@ -47,7 +47,7 @@ void print_entry_calls(const Examination& examination) {
 bool report(Examination& examination, const Settings& settings) {
     const Counts counts = examine_all(examination);
     print_entry_calls(examination);
-    const auto [good, defects, not_called] = counts.of;
+    const auto& [good, defects, not_called] = counts.of;
     fmt::print("{}: {}; of {} operations {} ok, {} not called, {} with a defect\n",
                settings.library, defects == 0 ? "fit" : "UNFIT", operations().size(), good,
                not_called, defects);
