@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "instrumented.h"
+
 /** What the daemon's file says to the loader. */
 namespace {
 
@@ -26,16 +28,8 @@ std::vector<std::string> lines_of(const std::string& command) {
     return lines;
 }
 
-bool is_instrumented() {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    return true;
-#else
-    return false;
-#endif
-}
-
 TEST(Binary, ExportsItsEntryPointsAndNothingElse) {
-    if (is_instrumented())
+    if (e2e::is_instrumented())
         GTEST_SKIP() << "sanitizers export symbols of their own";
     std::vector<std::string> expected;
     std::ifstream file(VXQUILAN_EXPORTS);
@@ -53,7 +47,7 @@ TEST(Binary, ExportsItsEntryPointsAndNothingElse) {
 }
 
 TEST(Binary, NeedsNoRunTimeLibraryOfCpp) {
-    if (is_instrumented())
+    if (e2e::is_instrumented())
         GTEST_SKIP() << "sanitizers need it";
     std::vector<std::string> needed;
     for (const std::string& line : lines_of("readelf -d " VXQUILAN_DAEMON)) {

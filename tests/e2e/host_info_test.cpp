@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "gateway.h"
+#include "instrumented.h"
 #include "platform.h"
 
 namespace e2e {
@@ -173,14 +174,6 @@ TEST_P(HostInfo, SlowReaderGetsEveryAnswerWhole) {
     EXPECT_EQ(platform.ask("rename").at("errcode"), 0);
     EXPECT_EQ(platform.count("connect"), 1u);
     EXPECT_EQ(platform.count("stray"), 0u);
-}
-
-bool is_instrumented() {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    return true;
-#else
-    return false;
-#endif
 }
 
 TEST_P(HostInfo, MemoryDoesNotGrowFromRequestToRequest) {
