@@ -27,6 +27,11 @@ set(vxq_exports ${PROJECT_SOURCE_DIR}/src/vxquilan_main/exports.txt)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${vxq_exports})
 file(STRINGS ${vxq_exports} vxq_exported_names)
 
+# Without this the linker also exports what a library written in C++ happens to have as well.
+list(JOIN vxq_exported_names "; " vxq_export_list)
+set(vxq_export_script ${CMAKE_BINARY_DIR}/exports.map)
+file(CONFIGURE OUTPUT ${vxq_export_script} CONTENT "{ global: @vxq_export_list@; local: *; };\n" @ONLY)
+
 function(vxq_daemon_program name)
     add_executable(${name} ${ARGN})
     target_link_libraries(${name} PRIVATE
@@ -35,6 +40,8 @@ function(vxq_daemon_program name)
         target_link_options(${name} PRIVATE
             LINKER:--undefined=${entry_point} LINKER:--export-dynamic-symbol=${entry_point})
     endforeach()
+    target_link_options(${name} PRIVATE LINKER:--version-script=${vxq_export_script})
+    set_property(TARGET ${name} APPEND PROPERTY LINK_DEPENDS ${vxq_export_script})
     # --as-needed drops the C++ run-time library, of which the daemon uses nothing.
     target_link_options(${name} PRIVATE LINKER:--as-needed LINKER:--gc-sections)
 endfunction()

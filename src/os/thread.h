@@ -12,7 +12,11 @@ using ThreadEntry = void* (*)(void*);
  * for a look into its configuration file, beneath a handler with a record of 140 KB. Only what is
  * used takes memory.
  */
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+inline constexpr std::size_t kThreadStack = std::size_t{2048} * 1024; // the sanitizer's own share
+#else
 inline constexpr std::size_t kThreadStack = std::size_t{512} * 1024;
+#endif
 
 /**
  * Starts a detached thread. The stack size is always said: C libraries differ in their default
