@@ -43,5 +43,5 @@ function(vxq_daemon_program name)
     target_link_options(${name} PRIVATE LINKER:--version-script=${vxq_export_script})
     set_property(TARGET ${name} APPEND PROPERTY LINK_DEPENDS ${vxq_export_script})
     # --as-needed drops the C++ run-time library, of which the daemon uses nothing.
-    target_link_options(${name} PRIVATE LINKER:--as-needed LINKER:--gc-sections)
+    target_link_options(${name} PRIVATE LINKER:--as-needed)
 endfunction()

@@ -46,11 +46,11 @@ template <class Function, class Argument>
 void call(const char* name, Argument argument) {
     Function* function = entry_point<Function>(name);
     if (function == nullptr) {
-        complain(std::string("the program doesn't export ") + name);
+        complain(std::string("the program doesn't export ").append(name));
         return;
     }
     const int result = function(argument);
-    complain(std::string(name) + " returned " + std::to_string(result));
+    complain(std::string(name).append(" returned ").append(std::to_string(result)));
 }
 
 void register_code(const std::string& code) {
