@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "command_tables.h"
+#include "journal.h"
 #include "net_messages.h"
 #include "platform.h"
 #include "text.h"
@@ -225,20 +226,16 @@ Assertion parseAssertion(const Arguments& arguments) {
     return assertion;
 }
 
-/// Options first, then the message's own parts, then what the platform noted about it.
+/// The message's options first, then the members of the journal's line.
 std::optional<Json> metaOf(const Event& event, const std::string& name) {
-    const Json message = event.message ? describeMessage(*event.message) : Json::object();
-    if (const auto options = message.find("options"); options != message.end()) {
+    const Json line = describeEvent(event);
+    if (const auto options = line.find("options"); options != line.end()) {
         if (const auto found = options->find(name); found != options->end()) {
             return *found;
         }
     }
-    for (const Json* part : {&message, &event.details}) {
-        if (const auto found = part->find(name); found != part->end()) {
-            return *found;
-        }
-    }
-    return std::nullopt;
+    const auto found = line.find(name);
+    return found != line.end() ? std::optional<Json>(*found) : std::nullopt;
 }
 
 std::optional<Json> actualValue(Platform& platform, const Assertion& assertion) {
@@ -351,8 +348,8 @@ constexpr CommandRow rows[] = {
     {"never", "EVENT TIME", "fail if it comes within that time", parseNever},
     {"forget", "[EVENT]", "events so far end no wait any more", parseForget},
     {"assert", "EVENT[.MEMBER|@PART] OPERATOR [VALUE]",
-     "compare a member of the last such message's document, another part of it (@code, "
-     "@access-token, ...), or count.EVENT; == != < <= > >= contains exists absent",
+     "compare a member of the last such message's document, an option or a member of the journal's "
+     "line (@access-token, @code, ...), or count.EVENT; == != < <= > >= contains exists absent",
      parseAssert},
     {"run", "FILE", "run a script", parseRun},
     {"exit", "[STATUS]", "end the program", parseExit},

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "journal.h"
 
+#include "output.h"
+
 #include <fmt/format.h>
 
 #include <cerrno>
@@ -9,9 +11,7 @@
 
 namespace vxp {
 
-namespace {
-
-Json describe(const Event& event) {
+Json describeEvent(const Event& event) {
     Json line = Json::object();
     line["seq"] = event.number;
     const auto sinceEpoch = event.time.time_since_epoch();
@@ -34,8 +34,6 @@ Json describe(const Event& event) {
     return line;
 }
 
-} // namespace
-
 void Journal::Closer::operator()(std::FILE* file) const {
     if (file != stdout) {
         std::fclose(file);
@@ -50,12 +48,12 @@ Journal::Journal(const std::string& path)
 }
 
 void Journal::onEvent(const Event& event) {
-    const std::string line = printJson(describe(event)) + "\n";
+    const std::string line = printJson(describeEvent(event)) + "\n";
     const bool written = std::fwrite(line.data(), 1, line.size(), m_file.get()) == line.size();
     const bool flushed = std::fflush(m_file.get()) == 0;
     if ((!written || !flushed) && !m_failed) {
         m_failed = true;
-        fmt::print(stderr, "{}: {}\n", m_path, std::strerror(errno));
+        complain(fmt::format("{}: {}\n", m_path, std::strerror(errno)));
     }
 }
 

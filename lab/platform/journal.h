@@ -9,6 +9,9 @@
 
 namespace vxp {
 
+/// @return the event as the journal has it: one object
+Json describeEvent(const Event& event);
+
 /// One JSON object a line for each event, flushed at once, so that a test can follow the file.
 class Journal final : public EventSink {
 public:

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
+#include "output.h"
 #include "platform.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
-#include <cstdio>
 #include <exception>
 #include <utility>
 
@@ -110,7 +110,7 @@ int run(int argc, char** argv) {
         if (error.get_exit_code() == 0) {
             return app.exit(error);
         }
-        fmt::print(stderr, "vxplatform: {}\n", error.what());
+        vxp::complain(fmt::format("vxplatform: {}\n", error.what()));
         return vxp::exitUsage;
     }
     complete(options, texts);
@@ -124,10 +124,10 @@ int main(int argc, char** argv) {
     try {
         return run(argc, argv);
     } catch (const vxp::UsageError& error) {
-        fmt::print(stderr, "{}\n", error.what());
+        vxp::complain(fmt::format("{}\n", error.what()));
         return vxp::exitUsage;
     } catch (const std::exception& error) {
-        fmt::print(stderr, "vxplatform: {}\n", error.what());
+        vxp::complain(fmt::format("vxplatform: {}\n", error.what()));
         return vxp::exitUsage;
     }
 }

@@ -2,6 +2,7 @@
 #include "platform.h"
 
 #include "certificate.h"
+#include "output.h"
 #include "text.h"
 
 #include <fmt/format.h>
@@ -11,7 +12,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <stdexcept>
 #include <utility>
@@ -31,9 +31,8 @@ class AddressPrinter final : public EventSink {
 public:
     void onEvent(const Event& event) override {
         if (event.name == "listening") {
-            fmt::print("listening {} {}\n", event.details["transport"].get<std::string>(),
-                       event.details["address"].get<std::string>());
-            std::fflush(stdout);
+            say(fmt::format("listening {} {}\n", event.details["transport"].get<std::string>(),
+                            event.details["address"].get<std::string>()));
         }
     }
 };
@@ -155,8 +154,7 @@ void Platform::exit(std::optional<int> status) {
 }
 
 void Platform::print(std::string_view text) {
-    fmt::print("{}\n", text);
-    std::fflush(stdout);
+    say(fmt::format("{}\n", text));
 }
 
 void Platform::noteCommand(const ScriptLine& line) {
@@ -240,8 +238,7 @@ void Platform::advance() {
 
 /// In a script the first failure is the last; at the prompt somebody can go on from there.
 void Platform::fail(const std::string& reason, int status) {
-    std::fflush(stdout);
-    fmt::print(stderr, "{}\n", reason);
+    complain(fmt::format("{}\n", reason));
     Event error;
     error.name = "error";
     error.details["reason"] = reason;
@@ -272,8 +269,7 @@ bool Platform::promptReady() const {
 
 void Platform::showPrompt() {
     if (m_terminal && !m_prompted) {
-        fmt::print("vxplatform> ");
-        std::fflush(stdout);
+        say("vxplatform> ");
         m_prompted = true;
     }
 }

@@ -2,12 +2,12 @@
 #include "printer.h"
 
 #include "net_status.h"
+#include "output.h"
 #include "text.h"
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 
-#include <cstdio>
 #include <ctime>
 
 namespace vxp {
@@ -154,9 +154,7 @@ void Printer::onEvent(const Event& event) {
     if (isShownElsewhere(event)) {
         return;
     }
-    const std::string text = renderEvent(event);
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    std::fflush(stdout);
+    say(renderEvent(event));
 }
 
 } // namespace vxp

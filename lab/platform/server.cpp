@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "server.h"
 
+#include "output.h"
 #include "text.h"
 
 #include <fmt/format.h>
@@ -44,8 +45,8 @@ Address fromCoapAddress(const coap_address_t* address) {
 }
 
 void logToStandardError(coap_log_t, const char* message) {
-    fmt::print(stderr, "libcoap: {}{}", message,
-               std::string_view(message).ends_with('\n') ? "" : "\n");
+    complain(fmt::format("libcoap: {}{}", message,
+                         std::string_view(message).ends_with('\n') ? "" : "\n"));
 }
 
 std::string bytes(const std::uint8_t* data, std::size_t length) {

@@ -88,6 +88,28 @@ TEST_P(Exchange, JournalTellsWhatWasOnTheWire) {
     EXPECT_LE(request["time"], response["time"]);
 }
 
+TEST_P(Exchange, AssertionsReachTheJournalsMembers) {
+    startBoth();
+    goOnline(transport);
+    heartbeat();
+    platform->command("wait heartbeat");
+    const std::string lines[] = {"assert heartbeat@transport == " + transport,
+                                 "assert heartbeat@conn == 1",
+                                 "assert heartbeat@event == request",
+                                 "assert heartbeat@name == heartbeat",
+                                 "assert heartbeat@dir == in",
+                                 "assert heartbeat@seq > 1",
+                                 "assert heartbeat@time > 1000000000",
+                                 "assert heartbeat@path == .sys/heartbeat",
+                                 "assert heartbeat@mac == " + mac,
+                                 "assert heartbeat@uri-host == 127.0.0.1"};
+    for (const std::string& line : lines) {
+        platform->command(line);
+    }
+    EXPECT_EQ(finish(), 0) << platform->errors();
+    EXPECT_EQ(platform->errors(), "");
+}
+
 TEST_P(Exchange, RequestToTheGatewayAndItsAnswer) {
     startBoth();
     goOnline(transport);

@@ -110,6 +110,11 @@ void PlatformProcess::closeInput() {
     m_input = -1;
 }
 
+void PlatformProcess::closeErrors() {
+    ::close(m_errors);
+    m_errors = -1;
+}
+
 void PlatformProcess::signal(int number) const {
     ::kill(m_pid, number);
 }

@@ -51,6 +51,9 @@ public:
     /// No more commands.
     void closeInput();
 
+    /// Nobody reads the program's standard error any more.
+    void closeErrors();
+
     void signal(int number) const;
 
     /// Takes what the program has written; waits for it at most that long.

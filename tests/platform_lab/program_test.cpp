@@ -3,7 +3,10 @@
 
 #include "text.h"
 
+#include <sys/wait.h>
+
 #include <csignal>
+#include <cstdlib>
 
 namespace vxp::test {
 namespace {
@@ -113,6 +116,35 @@ TEST_F(Program, PromptGoesOnBehindErrors) {
     EXPECT_EQ(platform->errors(), "prompt:1: no such command: \"bogus\" (help lists them)\n"
                                   "prompt:2: assert count.login == 1: it is 0\n");
     EXPECT_NE(platform->otherOutput().find("still here\n"), std::string::npos);
+}
+
+TEST_F(Program, GoesOnWhenNobodyReadsItsErrors) {
+    start();
+    platform->port("tcp");
+    platform->closeErrors();
+    platform->command("bogus");
+    platform->command("echo still here");
+    platform->closeInput();
+    EXPECT_EQ(platform->wait(), 2);
+    EXPECT_NE(platform->otherOutput().find("still here\n"), std::string::npos);
+}
+
+TEST_F(Program, EndsInOrderWhenItsLastErrorCannotBeTold) {
+    for (const std::string arguments : {"--bogus", "--tcp 192.0.2.1:5683", "--tls 127.0.0.1:x"}) {
+        const int status =
+            std::system((VXPLATFORM_BINARY " " + arguments + " 2>/dev/full").c_str());
+        ASSERT_TRUE(WIFEXITED(status)) << arguments;
+        EXPECT_EQ(WEXITSTATUS(status), 2) << arguments;
+    }
+}
+
+TEST_F(Program, GoesOnWhenNobodyReadsItsOutput) {
+    const std::string file = folder.write("s.vxp", "echo " + std::string(3000, 'x') +
+                                                       "\necho again\nhelp\nhelp\nhelp\nexit 7\n");
+    const int status =
+        std::system((VXPLATFORM_BINARY " --tcp 0 --script " + file + " >/dev/full").c_str());
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 7);
 }
 
 TEST_F(Program, LastLineNeedsNoNewline) {
