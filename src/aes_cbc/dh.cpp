@@ -14,6 +14,7 @@
 
 #include "aes_cbc/aes_cbc.h"
 #include "base64/base64.h"
+#include "log/log_text.h"
 #include "text/text.h"
 
 DH* g_dh = nullptr;
@@ -148,7 +149,8 @@ bool make_key_pair(DH* agreement) {
     return true;
 }
 
-void export_numbers(const DH* agreement, char* public_key, char* prime, char* generator) {
+/** False when there was no memory for one of them: the peer could do nothing with the others. */
+bool export_numbers(const DH* agreement, char* public_key, char* prime, char* generator) {
     const BIGNUM* p = nullptr;
     const BIGNUM* g = nullptr;
     const BIGNUM* own = nullptr;
@@ -157,6 +159,7 @@ void export_numbers(const DH* agreement, char* public_key, char* prime, char* ge
     disp_bn(p, "-----P:\n", prime);
     disp_bn(g, "-----G:\n", generator);
     disp_bn(own, "-----Public key:\n", public_key);
+    return *prime != '\0' && *generator != '\0' && *public_key != '\0';
 }
 
 /** 0, 1 and prime - 1 give secrets that anybody can tell, and no peer needs prime or more. */
@@ -196,6 +199,8 @@ Number number_from_base64(const char* text) {
 }
 
 void show_secret(const unsigned char* secret, int length) {
+    if (!vxq::log_shows_secrets())
+        return;
     for (int index = 0; index < length; ++index)
         std::printf("%02x", static_cast<unsigned>(secret[index]));
     std::printf("\n");
@@ -215,7 +220,8 @@ int dh_new_key(char* public_key, char* prime, char* generator) {
         return -1;
     if (!make_key_pair(agreement.get()))
         return fail("dh_new_key", __LINE__);
-    export_numbers(agreement.get(), public_key, prime, generator);
+    if (!export_numbers(agreement.get(), public_key, prime, generator))
+        return fail("dh_new_key", __LINE__);
     g_dh = agreement.release();
     return 0;
 }
@@ -253,9 +259,11 @@ void disp_bn(const BIGNUM* number, const char* label, char* out) {
     const Decimal decimal(BN_bn2dec(number));
     const OwnedText base64 = number_to_base64(number);
     const char* const base64_text = base64 ? base64.get() : "";
-    std::printf("%s", label);
-    std::printf("decimal format:%s\n", decimal ? decimal.get() : "");
-    std::printf("base64 format:%s\n", base64_text);
-    std::fflush(stdout);
+    if (vxq::log_shows_secrets()) { // with so short a prime the public numbers give the key away
+        std::printf("%s", label);
+        std::printf("decimal format:%s\n", decimal ? decimal.get() : "");
+        std::printf("base64 format:%s\n", base64_text);
+        std::fflush(stdout);
+    }
     std::memcpy(out, base64_text, strnlen(base64_text, kNumberText - 1));
 }

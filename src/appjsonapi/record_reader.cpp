@@ -4,6 +4,7 @@
 #include <cassert>
 
 #include "log/log.h"
+#include "log/log_text.h"
 #include "text/text.h"
 #include "json/json.h"
 
@@ -144,6 +145,11 @@ private:
     ParameterPath& path_;
 };
 
+void log_body(const RequestBody& body) {
+    const LogText shown(body.data, body.length);
+    QUILAN_LOG(VX_LOG_PROGRESS, "%.*s\n", shown.length(), shown.text());
+}
+
 } // namespace
 
 int parser_failed(const Parser& parser) {
@@ -159,7 +165,7 @@ int read_settings(const Parser& parser, const RequestBody& body, const SettingsD
         return parser_failed(parser);
     }
     if (document.logged)
-        QUILAN_LOG(VX_LOG_PROGRESS, "%.*s\n", static_cast<int>(body.length), body.data);
+        log_body(body);
     SettingsReader reader(parser, path);
     return reader.read_group(document.root, tree.get(), record) ? 0 : -1;
 }

@@ -2,6 +2,7 @@
 #include "appjsonapi/record_writer.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "message/document.h"
 #include "text/text.h"
@@ -12,13 +13,16 @@ namespace vxq {
 namespace {
 
 cJSON* create_text(const Member& member, const void* record) {
+    const char* const stored = at(record, member.offset);
+    if (std::memchr(stored, '\0', member.size) != nullptr)
+        return cJSON_CreateStringReference(stored);
     char text[kLargestMember + 1];
-    copy_text(text, member.size + 1, at(record, member.offset));
+    copy_text(text, member.size + 1, stored);
     return cJSON_CreateString(text);
 }
 
 cJSON* create_band(int band) {
-    return cJSON_CreateString(band == VX_BAND_2G ? "2.4GHz" : "5GHz");
+    return cJSON_CreateStringReference(band == VX_BAND_2G ? "2.4GHz" : "5GHz");
 }
 
 cJSON* create_object(std::span<const Member> members, const void* record) {
@@ -50,13 +54,13 @@ cJSON* create_member(const Member& member, const void* record) {
     case MemberKind::text:
         return create_text(member, record);
     case MemberKind::number:
-        return cJSON_CreateNumber(load_int(record, member.offset));
+        return json_number(load_int(record, member.offset));
     case MemberKind::flag:
         return cJSON_CreateBool(load_int(record, member.offset) != 0);
     case MemberKind::band:
         return create_band(load_int(record, member.offset));
     case MemberKind::constant:
-        return cJSON_CreateString(member.constant);
+        return cJSON_CreateStringReference(member.constant);
     case MemberKind::object:
         return create_object(member.members, record);
     case MemberKind::list:

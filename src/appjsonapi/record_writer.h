@@ -72,9 +72,10 @@ consteval Member list_document(ListPlace list, std::span<const Member> entry) {
 }
 
 /**
- * Creates the value of one member. A text that fills its array without a NUL ends with the array,
- * and a count that the array has no room for is taken as the nearest one that it has: what a device
- * library gets wrong must not make the daemon read outside the record.
+ * Creates the value of one member, which refers to the record's texts: print it while the record
+ * lives. A text that fills its array without a NUL ends with the array, and a count that the array
+ * has no room for is taken as the nearest one that it has: what a device library gets wrong must
+ * not make the daemon read outside the record.
  *
  * @return the value; null when there is no memory for it
  */

@@ -2,9 +2,26 @@
 #include "json/json.h"
 
 #include <algorithm>
+#include <charconv>
 #include <iterator>
 
 namespace vxq {
+
+namespace {
+
+// Holds every document but the long lists: cJSON starts with 256 bytes and copies at each doubling.
+constexpr int kUsualTextSize = 2048;
+constexpr int kFormatted = 1;
+
+} // namespace
+
+cJSON* json_number(int value) {
+    // cJSON's own numbers are doubles, which it prints and reads back to see whether digits were
+    // lost: thousands of instructions for each.
+    char digits[12];
+    *std::to_chars(digits, digits + sizeof digits - 1, value).ptr = '\0';
+    return cJSON_CreateRaw(digits);
+}
 
 cJSON* json_add(cJSON* object, const char* key, cJSON* member) {
     // Keys are literals of this program: referring to them saves a copy for each member.
@@ -22,7 +39,7 @@ cJSON* json_append(cJSON* array, cJSON* element) {
 }
 
 JsonText json_print(const JsonTree& tree) {
-    return JsonText(tree ? cJSON_Print(tree.get()) : nullptr);
+    return JsonText(tree ? cJSON_PrintBuffered(tree.get(), kUsualTextSize, kFormatted) : nullptr);
 }
 
 int json_int(const cJSON* member) {

@@ -20,6 +20,9 @@ struct FreeJsonText {
 /** A text printed by cJSON; null stands for "could not be built". */
 using JsonText = std::unique_ptr<char, FreeJsonText>;
 
+/** Creates a number for a document that is going to be printed; null when there is no memory. */
+cJSON* json_number(int value);
+
 /**
  * Creates a member and hands it to an object.
  * @return the member, owned by the object; null when there is no memory (or `object` is null)

@@ -11,11 +11,11 @@ constexpr int kUnknownNumber = -1;
 
 cJSON* create_fact(const DeviceFact& fact) {
     if (fact.constant != nullptr)
-        return cJSON_CreateString(fact.constant);
+        return cJSON_CreateStringReference(fact.constant);
     if (fact.number != nullptr) {
         int number = kUnknownNumber;
         fact.number(&number);
-        return cJSON_CreateNumber(number);
+        return json_number(number);
     }
     TextBuffer<kLargestFact> buffer;
     fact.text(buffer.data());

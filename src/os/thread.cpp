@@ -10,12 +10,11 @@ namespace {
 
 class DetachedAttributes {
 public:
-    explicit DetachedAttributes(std::size_t stack_bytes)
-        : valid_(pthread_attr_init(&attributes_) == 0) {
+    DetachedAttributes() : valid_(pthread_attr_init(&attributes_) == 0) {
         if (!valid_)
             return;
         usable_ = pthread_attr_setdetachstate(&attributes_, PTHREAD_CREATE_DETACHED) == 0 &&
-                  pthread_attr_setstacksize(&attributes_, stack_bytes) == 0;
+                  pthread_attr_setstacksize(&attributes_, kThreadStack) == 0;
     }
     ~DetachedAttributes() {
         if (valid_)
@@ -34,8 +33,8 @@ private:
 
 } // namespace
 
-bool start_detached_thread(ThreadEntry entry, void* argument, std::size_t stack_bytes) {
-    const DetachedAttributes attributes(stack_bytes);
+bool start_detached_thread(ThreadEntry entry, void* argument) {
+    const DetachedAttributes attributes;
     pthread_t thread{};
     return attributes.get() != nullptr &&
            pthread_create(&thread, attributes.get(), entry, argument) == 0;

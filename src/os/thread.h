@@ -19,11 +19,11 @@ inline constexpr std::size_t kThreadStack = std::size_t{512} * 1024;
 #endif
 
 /**
- * Starts a detached thread. The stack size is always said: C libraries differ in their default
- * from 80 KB to 8 MB.
+ * Starts a detached thread with a stack of kThreadStack: C libraries differ in their default from
+ * 80 KB to 8 MB.
  *
  * @return true when the thread was started
  */
-bool start_detached_thread(ThreadEntry entry, void* argument, std::size_t stack_bytes);
+bool start_detached_thread(ThreadEntry entry, void* argument);
 
 } // namespace vxq

@@ -15,7 +15,7 @@
  * What the handlers of the gateway's resources have in common. Each turns one request into at most
  * one change or one question to the device library and answers with one JSON document, always as
  * 2.05: success and failure are told by "errcode" alone. All of it runs on the CoAP receive thread,
- * inside libcoap.
+ * behind libcoap's processing.
  *
  * A request that libcoap still hands out after the session has ended has no effect and no answer.
  */

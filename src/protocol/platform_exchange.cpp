@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "log/log.h"
+#include "log/log_text.h"
 #include "tnjsonapi/tn_session.h"
 
 namespace vxq {
@@ -15,7 +16,8 @@ int run_exchange(const PlatformExchange& exchange, int sock, ReplyBuffer& reply)
     std::size_t length = 0;
     const int error =
         frame_socket_waitrecv_tcp(sock, reply.text, &length, exchange.mode, exchange.reply_seconds);
-    QUILAN_LOG(VX_LOG_PAYLOAD, "%s:%d recvbuf:%s\n", exchange.name, __LINE__, reply.text);
+    QUILAN_LOG(VX_LOG_PAYLOAD, "%s:%d recvbuf:%s\n", exchange.name, __LINE__,
+               LogText(reply.text).text());
     return error;
 }
 
@@ -27,7 +29,8 @@ int send_text(int sock, const JsonText& message, FrameMode mode) {
 
 int send_logged(const char* exchange, int sock, const JsonText& message, FrameMode mode) {
     if (message)
-        QUILAN_LOG(VX_LOG_PAYLOAD, "%s:%d data:%s\n", exchange, __LINE__, message.get());
+        QUILAN_LOG(VX_LOG_PAYLOAD, "%s:%d data:%s\n", exchange, __LINE__,
+                   LogText(message.get()).text());
     else
         QUILAN_LOG(VX_LOG_ERROR, "%s:%d\n", exchange, __LINE__);
     return send_text(sock, message, mode);

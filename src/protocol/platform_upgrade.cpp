@@ -36,7 +36,7 @@ void* upgrade_thread(void* argument) {
 
 bool start_upgrade() {
     Order order = copy_order();
-    if (!order || !vxq::start_detached_thread(upgrade_thread, order.get(), vxq::kThreadStack))
+    if (!order || !vxq::start_detached_thread(upgrade_thread, order.get()))
         return false;
     static_cast<void>(order.release()); // the thread's now
     return true;

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "log/log.h"
+#include "log/log_text.h"
 #include "message/device_facts.h"
 #include "message/parse.h"
 #include <vxquilan/device.h>
@@ -20,16 +21,15 @@ constexpr DeviceFact kWanMac[] = {
 
 JsonTree new_message(const char* type, int sequence) {
     JsonTree message(cJSON_CreateObject());
-    const bool complete =
-        json_add(message.get(), "type", cJSON_CreateString(type)) != nullptr &&
-        json_add(message.get(), "sequence", cJSON_CreateNumber(sequence)) != nullptr &&
-        add_device_facts(message.get(), kWanMac);
+    const bool complete = json_add(message.get(), "type", cJSON_CreateString(type)) != nullptr &&
+                          json_add(message.get(), "sequence", json_number(sequence)) != nullptr &&
+                          add_device_facts(message.get(), kWanMac);
     return complete ? std::move(message) : nullptr;
 }
 
 PlatformRequest open_request(const char* text, const char* parser, const char* key) {
     if (text != nullptr)
-        QUILAN_LOG(VX_LOG_PROGRESS, "%s %d:buf:%s\n", parser, __LINE__, text);
+        QUILAN_LOG(VX_LOG_PROGRESS, "%s %d:buf:%s\n", parser, __LINE__, LogText(text).text());
     PlatformRequest request{parse_message(text)};
     if (!request.message)
         return request;

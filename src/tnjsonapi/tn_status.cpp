@@ -22,7 +22,7 @@ bool add_text(cJSON* object, const char* key, const char* text) {
 }
 
 bool add_number(cJSON* object, const char* key, std::int32_t number) {
-    return json_add(object, key, cJSON_CreateNumber(number)) != nullptr;
+    return json_add(object, key, vxq::json_number(number)) != nullptr;
 }
 
 /** Adds a record's field, which ends with its array even if it has no NUL. */

@@ -106,7 +106,7 @@ void add_access_token(OptionList& options) {
 }
 
 void add_echoes(const coap_pdu_t* request, OptionList& options) {
-    for (const std::uint16_t number : {kOptionEcho1, kOptionEcho2, kOptionEcho3}) {
+    for (const std::uint16_t number : kIdentifyingOptions) {
         coap_opt_iterator_t iterator;
         const coap_opt_t* const option = coap_check_option(request, number, &iterator);
         if (option != nullptr)

@@ -12,10 +12,9 @@ namespace vxq {
 inline constexpr std::uint16_t kOptionBlock2 = 23;
 /** The gateway's access token. */
 inline constexpr std::uint16_t kOptionAccessToken = 2049;
-/** Identify the platform's request; the answer carries them back. */
-inline constexpr std::uint16_t kOptionEcho1 = 2050;
 inline constexpr std::uint16_t kOptionEcho2 = 2051;
-inline constexpr std::uint16_t kOptionEcho3 = 2052;
+/** Identify the platform's request; the answer carries them back. */
+inline constexpr std::uint16_t kIdentifyingOptions[] = {2050, kOptionEcho2, 2052};
 
 /** The options of one message, gathered in any order; libcoap sorts them when they are attached. */
 class OptionList {

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include "text/text.h"
+#include "vx_coap/coap_trust.h"
 
 namespace vxq {
 
@@ -27,23 +28,20 @@ RootCa root_ca_at(const char* location) {
 coap_dtls_pki_t* setup_pki(coap_context_t* context, const char* host) {
     if (coap_tls_is_supported() == 0)
         return nullptr;
-    const RootCa root_ca = root_ca_at(kRootCaLocation);
-    coap_context_set_pki_root_cas(context, root_ca.file, root_ca.directory);
+    const RootCa root_ca = root_cas();
+    if (root_ca.file != nullptr || root_ca.directory != nullptr)
+        coap_context_set_pki_root_cas(context, root_ca.file, root_ca.directory);
 
     copy_text(s_sni, *host != '\0' ? host : "localhost");
     s_pki = {};
     s_pki.version = COAP_DTLS_PKI_SETUP_VERSION;
-    // The platform must show a certificate, but operators use ones of their own making: it is not
-    // verified. The remaining switches only count where a library verifies all the same.
-    s_pki.verify_peer_cert = 0;
-    s_pki.allow_self_signed = 1;
-    s_pki.allow_expired_certs = 1;
     s_pki.cert_chain_validation = 1;
     s_pki.cert_chain_verify_depth = kChainDepth;
     s_pki.check_cert_revocation = 1;
     s_pki.allow_no_crl = 1;
     s_pki.allow_expired_crl = 1;
     s_pki.client_sni = s_sni;
+    set_trust(s_pki, s_sni);
     s_pki.pki_key.key_type =
         COAP_PKI_KEY_PEM; // no CA file, certificate or key of the gateway's own
     return &s_pki;

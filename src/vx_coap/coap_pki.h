@@ -6,10 +6,7 @@
 /** @file TLS set-up of the app channel. */
 namespace vxq {
 
-/** Where the gateway's firmware keeps the root certificates. */
-inline constexpr char kRootCaLocation[] = "/vxrom/vxconf";
-
-/** A root CA location as libcoap takes it: one of the two is null. */
+/** Root CAs as libcoap takes them: a file, a directory, or both; null for what is not there. */
 struct RootCa {
     const char* file;
     const char* directory;

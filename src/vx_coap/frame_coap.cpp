@@ -5,14 +5,17 @@
 #include <cassert>
 
 #include "log/log.h"
+#include "log/log_text.h"
 #include "os/clock.h"
 #include "state/state.h"
 #include "vx_coap/coap_endpoint.h"
+#include "vx_coap/coap_inbox.h"
 #include "vx_coap/coap_lock.h"
 #include "vx_coap/coap_options.h"
 #include "vx_coap/coap_pki.h"
 #include "vx_coap/coap_served.h"
 #include "vx_coap/session_life.h"
+#include "vx_coap/session_room.h"
 #include "vx_coap/wake_pipe.h"
 #include <vxquilan/device.h>
 
@@ -26,6 +29,7 @@ SessionLife s_session_life;
 namespace {
 
 constexpr int kTypeTls = 1;
+constexpr int kHighestWithoutMessages = 6; // of libcoap's log levels
 constexpr int kProcessingMilliseconds = 3000;
 constexpr unsigned kPauseMicroseconds = 100;
 // Without a descriptor to wait on, libcoap can only be asked again and again.
@@ -34,7 +38,8 @@ constexpr int kPollingMilliseconds = 10;
 CoapCallbacks s_callbacks{nullptr, nullptr};
 WakePipe s_wake_pipe;
 std::atomic<int> s_session_number{0};
-int s_work_depth = 0;                  // of CoapWork; belongs to g_coap_lock
+int s_work_depth = 0;                  // of CoapWork; belongs to g_coap_lock, as what follows
+bool s_delivering = false;             // what waited is being dealt with
 coap_context_t* s_ended_ctx = nullptr; // closed by a callback, still to be freed
 
 void free_context(coap_context_t* context) {
@@ -65,23 +70,76 @@ void note_event(coap_event_t event) {
         s_session_life.established = true;
         open_resources();
     }
-    const bool lost = event == COAP_EVENT_TCP_CLOSED || event == COAP_EVENT_TCP_FAILED;
-    if (lost && !(s_session_life.established && s_session_life.carried))
+    if (event != COAP_EVENT_TCP_CLOSED && event != COAP_EVENT_TCP_FAILED)
+        return;
+    s_session_life.lost = true;
+    if (!(s_session_life.established && s_session_life.carried))
         g_coap_refused = 1;
+}
+
+/** Whether what comes now has to wait behind requests that came before it. */
+bool has_to_wait() {
+    return !s_delivering && !inbox_empty();
+}
+
+void deliver_event(coap_session_t* session, coap_event_t event) {
+    if (s_callbacks.event != nullptr)
+        s_callbacks.event(session, event);
+}
+
+void deliver_reply(coap_session_t* session, const coap_pdu_t* received) {
+    if (s_callbacks.response != nullptr)
+        s_callbacks.response(session, nullptr, received, coap_pdu_get_mid(received));
+}
+
+void deliver_request(coap_session_t* session, coap_resource_t* resource,
+                     const coap_pdu_t* request) {
+    const coap_method_handler_t handler = handler_for(resource, request);
+    if (handler != nullptr)
+        handler(resource, session, request, nullptr, nullptr);
+}
+
+void deliver(const Arrival& arrival) {
+    if (frame_coap_serves(arrival.session) == 0)
+        return;
+    if (!arrival.message)
+        deliver_event(arrival.session, arrival.event);
+    else if (arrival.resource == nullptr)
+        deliver_reply(arrival.session, arrival.message.get());
+    else
+        deliver_request(arrival.session, arrival.resource, arrival.message.get());
+}
+
+void deliver_all() {
+    s_delivering = true;
+    Arrival arrival{};
+    while (inbox_take(arrival))
+        deliver(arrival);
+    s_delivering = false;
 }
 
 int on_event(coap_session_t* session, const coap_event_t event) {
     if (frame_coap_serves(session) == 0)
         return 0;
     note_event(event);
-    return s_callbacks.event != nullptr ? s_callbacks.event(session, event) : 0;
+    // Out of order is better than not at all.
+    if (!has_to_wait() || !inbox_keep_event(session, event))
+        deliver_event(session, event);
+    return 0;
 }
 
-coap_response_t on_response(coap_session_t* session, const coap_pdu_t* sent,
-                            const coap_pdu_t* received, const coap_mid_t message_id) {
-    if (frame_coap_serves(session) == 0 || s_callbacks.response == nullptr)
+coap_response_t on_response(coap_session_t* session, const coap_pdu_t*, const coap_pdu_t* received,
+                            const coap_mid_t) {
+    if (frame_coap_serves(session) == 0)
         return COAP_RESPONSE_OK;
-    return s_callbacks.response(session, sent, received, message_id);
+    if (!has_to_wait() || !inbox_keep(session, nullptr, received))
+        deliver_reply(session, received);
+    return COAP_RESPONSE_OK;
+}
+
+/** Null when memory or descriptors are short. */
+coap_context_t* new_context() {
+    return s_wake_pipe.open() && room_for_session() ? coap_new_context(nullptr) : nullptr;
 }
 
 /** Opens the client session on the new context; null on failure. */
@@ -107,8 +165,18 @@ void install_callbacks() {
 }
 
 void set_log_levels(int level) {
+    // At its highest level libcoap writes out whole messages, tokens and all.
+    if (!log_shows_secrets() && level > kHighestWithoutMessages)
+        level = kHighestWithoutMessages;
     coap_set_log_level(static_cast<coap_log_t>(level));
     coap_dtls_set_log_level(static_cast<coap_log_t>(level));
+}
+
+/** A thread whose write ends the last session may still be inside libcoap: hence the lock. */
+void set_up_libcoap(int log_level) {
+    const CoapLock lock;
+    coap_startup();
+    set_log_levels(log_level);
 }
 
 /** Arms libcoap's timers and tells what to wait for; false when the session has been closed. */
@@ -151,6 +219,8 @@ CoapWork::CoapWork() {
 }
 
 CoapWork::~CoapWork() {
+    if (s_work_depth == 1)
+        deliver_all();
     if (--s_work_depth != 0 || s_ended_ctx == nullptr)
         return;
     free_context(s_ended_ctx);
@@ -171,8 +241,7 @@ int frame_coap_connect() {
     int debug = 0;
     port_device_coap_type(&type);
     port_device_coap_debug(&debug);
-    coap_startup();
-    set_log_levels(debug);
+    set_up_libcoap(debug);
 
     const CoapEndpoint endpoint = read_endpoint();
     coap_address_t address;
@@ -183,9 +252,11 @@ int frame_coap_connect() {
     end_session(); // a failed attempt leaves its context behind
     s_session_life = {};
     g_coap_refused = 0;
-    g_coap_ctx = s_wake_pipe.open() ? coap_new_context(nullptr) : nullptr;
+    g_coap_ctx = new_context();
     if (g_coap_ctx == nullptr) {
         coap_log(static_cast<coap_log_t>(VX_LOG_PAYLOAD), "cannot create context\n");
+        // Hardly any gateway shows libcoap's lines of that level.
+        QUILAN_LOG(VX_LOG_ERROR, "cannot create context\n");
         return -1;
     }
     coap_context_set_keepalive(g_coap_ctx, 0);
@@ -195,7 +266,8 @@ int frame_coap_connect() {
         return -1;
     }
     install_callbacks();
-    reset_resources();
+    if (!reset_resources())
+        return -1;
     ++s_session_number;
     return 0;
 }

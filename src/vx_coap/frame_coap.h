@@ -13,10 +13,10 @@
  * answers to the platform's requests, and the receive thread.
  *
  * libcoap is not thread-safe, and a context must not be freed while it is processing. So every call
- * into libcoap is made under `g_coap_lock`, the receive thread's processing included, and a close
- * from inside a callback leaves the freeing to the receive thread, which does it as soon as libcoap
- * returns. For the caller there is no difference: both handles are null when frame_coap_close
- * returns, and nothing more is sent.
+ * into libcoap is made under `g_coap_lock`, the receive thread's processing included, handlers run
+ * when libcoap has returned, and a close from inside a callback leaves the freeing until then. For
+ * the caller there is no difference: both handles are null when frame_coap_close returns, and
+ * nothing more is sent.
  */
 
 /** libcoap's context; null when there is no session. Belongs to `g_coap_lock`. */
@@ -26,7 +26,7 @@ extern coap_session_t* g_coap_session;
 /** Held while libcoap is at work: building, sending, processing, closing. Not recursive. */
 extern pthread_mutex_t g_coap_lock;
 
-/** What the layer above wants to hear of. Called by the receive thread, inside libcoap. */
+/** What the layer above wants to hear of. Called by the receive thread, under `g_coap_lock`. */
 struct CoapCallbacks {
     coap_response_handler_t response;
     coap_event_handler_t event;
@@ -48,11 +48,16 @@ int frame_coap_connect();
  * between the connect and the start of the receive thread. Requests reach the handlers once the
  * session is established; until then, and for a method without a handler, libcoap refuses them.
  *
+ * A handler runs behind libcoap's processing, on the receive thread. It is given a copy of the
+ * request without its token, and of its options those that identify it; there is no query and no
+ * response to fill in.
+ *
  * @param path  without a leading slash
  * @param get   handler for GET, or null
  * @param post  handler for POST, or null
+ * @return false when there is no room for it, which has been logged
  */
-void frame_coap_serve(const char* path, coap_method_handler_t get, coap_method_handler_t post);
+bool frame_coap_serve(const char* path, coap_method_handler_t get, coap_method_handler_t post);
 
 /**
  * To be called before the receive thread is created: from here on the session counts as running, so

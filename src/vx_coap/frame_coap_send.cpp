@@ -4,12 +4,12 @@
 #include <cassert>
 #include <cstdio>
 #include <cstring>
-#include <memory>
 
 #include "log/log.h"
 #include "state/state.h"
 #include "text/text.h"
 #include "vx_coap/coap_endpoint.h"
+#include "vx_coap/coap_message.h"
 #include "vx_coap/coap_options.h"
 #include "vx_coap/session_life.h"
 
@@ -22,11 +22,6 @@ constexpr coap_log_t kLogDebug = static_cast<coap_log_t>(7);
 
 // The two exchanges that make the gateway known: it has no access token yet, or an old one.
 constexpr const char* kPathsWithoutToken[] = {".sys/activate", ".sys/login"};
-
-struct DeletePdu {
-    void operator()(coap_pdu_t* message) const { coap_delete_pdu(message); }
-};
-using Message = std::unique_ptr<coap_pdu_t, DeletePdu>;
 
 struct Body {
     const char* data;
@@ -122,7 +117,8 @@ int frame_coap_send(std::uint8_t type, std::uint8_t code, const char* data, std:
 int frame_coap_response(const coap_pdu_t* request, std::uint8_t type, std::uint8_t code,
                         const char* data, std::size_t length) {
     const CoapWork work;
-    if (g_coap_session == nullptr)
+    // libcoap would connect once more to send into a connection that is gone.
+    if (g_coap_session == nullptr || s_session_life.lost)
         return 0;
     Message message = new_message(type, code, coap_pdu_get_mid(request));
     if (!message) {

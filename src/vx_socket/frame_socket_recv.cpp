@@ -9,6 +9,7 @@
 
 #include "aes_cbc/aes_cbc.h"
 #include "log/log.h"
+#include "log/log_text.h"
 #include "os/clock.h"
 #include <vxquilan/device.h>
 
@@ -105,7 +106,8 @@ std::size_t decrypt_body(char* buffer, std::size_t length) {
     port_device_encryptkey_get(key);
     auto* const bytes = reinterpret_cast<unsigned char*>(buffer);
     cbc_encrypt_or_decrypt(key, kCipherKeyBits, bytes, bytes, length, kDecrypt);
-    QUILAN_LOG(VX_LOG_PAYLOAD, "%s:%d decrypteddata:%s\n", kName, __LINE__, buffer);
+    QUILAN_LOG(VX_LOG_PAYLOAD, "%s:%d decrypteddata:%s\n", kName, __LINE__,
+               vxq::LogText(buffer).text());
     const std::size_t text_length = std::strlen(buffer);
     std::memset(buffer + text_length, 0, kFrameBuffer - text_length);
     QUILAN_LOG(VX_LOG_PROGRESS, "%s:%d recvlen:%d\n", kName, __LINE__,

@@ -74,9 +74,11 @@ int frame_socket_send_tcp(int sock, const char* text, std::size_t length, int mo
                    "frame_socket_send_tcp", __LINE__, static_cast<unsigned long>(length));
         return kFrameFailure;
     }
-    Frame frame{};
-    std::memcpy(frame.body, text, strnlen(text, length));
     const std::size_t body_length = encrypted ? round_up_to_block(length) : length;
+    const std::size_t text_length = strnlen(text, length);
+    Frame frame; // only what is sent is filled: most frames are far smaller than their buffer
+    std::memcpy(frame.body, text, text_length);
+    std::memset(frame.body + text_length, 0, body_length - text_length);
     if (encrypted)
         encrypt_body(frame, body_length);
     write_header(frame, body_length);

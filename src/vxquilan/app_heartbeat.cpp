@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "vxquilan/app_heartbeat.h"
 
+#include <atomic>
 #include <cstdint>
 
 #include "log/log.h"
@@ -18,6 +19,9 @@ namespace {
 constexpr unsigned kReplySeconds = 10;
 constexpr long kPeriodSeconds = 50;
 constexpr int kMissedLimit = 3;
+constexpr int kNoSession = 0;
+
+std::atomic<int> s_session_without{kNoSession};
 
 /**
  * The session that this thread was started for still runs. A thread that slept through a mode
@@ -31,9 +35,10 @@ void send_heartbeat(long& sent_at) {
     QUILAN_LOG(VX_LOG_PROGRESS, "%s %d:QUILAN_APP_HEARTBEAT\n", "frame_app_heartbeat_thread",
                __LINE__);
     // Before the message leaves, as for every request: the reply may be here at once.
-    sent_at = steady_seconds();
     g_coap_recvflag = 0;
     profession_sys_heartbeat();
+    // Behind it: the device library may have taken its time.
+    sent_at = steady_seconds();
 }
 
 /** Asks for a refresh, unless the session is about to be replaced anyway. */
@@ -79,9 +84,16 @@ void keep_alive(int session) {
 } // namespace
 
 bool start_app_heartbeat() {
-    const std::intptr_t session = frame_coap_session_number();
-    return start_detached_thread(frame_app_heartbeat_thread, reinterpret_cast<void*>(session),
-                                 kThreadStack);
+    const int session = frame_coap_session_number();
+    void* const argument = reinterpret_cast<void*>(std::intptr_t{session});
+    const bool started = start_detached_thread(frame_app_heartbeat_thread, argument);
+    s_session_without = started ? kNoSession : session;
+    return started;
+}
+
+bool app_heartbeat_missing() {
+    const int session = s_session_without;
+    return session != kNoSession && session_runs(session);
 }
 
 } // namespace vxq

@@ -19,4 +19,7 @@ namespace vxq {
 /** Starts the thread for the current session, detached; false when it could not be created. */
 bool start_app_heartbeat();
 
+/** True when the current session runs, and the last start_app_heartbeat for it has failed. */
+bool app_heartbeat_missing();
+
 } // namespace vxq

@@ -6,6 +6,7 @@
 
 #include "appjsonapi/app_provisioning.h"
 #include "log/log.h"
+#include "log/log_text.h"
 #include "state/state.h"
 #include "text/text.h"
 #include "vx_coap/frame_coap.h"
@@ -72,9 +73,16 @@ constexpr ReplyRule kDevInfoRules[] = {
     {kAnyResult, kStartHeartbeat | kAnswered, kAppData},
 };
 
+// A build option: the count is the platform's protection against a gateway that keeps refreshing.
+constexpr unsigned kRefreshed = VXQUILAN_REFRESH_RESETS_COUNT != 0 ? unsigned{kResetCount} : 0;
+
 constexpr ReplyRule kRefreshRules[] = {
-    {0, kAnswered, kAppOnline}, {1006, 0, kAppConnect}, {4996, 0, kAppConnect},
-    {4998, 0, kAppConnect},     {4999, 0, kAppConnect}, {kAnyResult, 0, kSameState},
+    {0, kRefreshed | kAnswered, kAppOnline},
+    {1006, 0, kAppConnect},
+    {4996, 0, kAppConnect},
+    {4998, 0, kAppConnect},
+    {4999, 0, kAppConnect},
+    {kAnyResult, 0, kSameState},
 };
 
 constexpr ReplyRule kDataRules[] = {
@@ -123,20 +131,22 @@ void carry_out(int state, const ReplyRule& rule) {
         port_device_id_set("");
     if ((rule.effects & kFirstGuide) != 0)
         port_device_firstguide_set(1);
-    if ((rule.effects & kStartHeartbeat) != 0)
-        start_heartbeat();
     if ((rule.effects & kCloseSession) != 0)
         frame_coap_close();
     if (rule.next != kSameState)
         quilan_state_advance(state, rule.next);
     if ((rule.effects & kAnswered) != 0)
         g_coap_recvflag = 1;
+    // Last: the first heartbeat clears the flag, and must not be taken for answered by this reply.
+    if ((rule.effects & kStartHeartbeat) != 0)
+        start_heartbeat();
 }
 
 } // namespace
 
 int frame_coap_process(const char* payload) {
-    QUILAN_LOG(VX_LOG_PAYLOAD, "%s\n", payload != nullptr ? payload : "(null)");
+    QUILAN_LOG(VX_LOG_PAYLOAD, "%s\n",
+               vxq::LogText(payload != nullptr ? payload : "(null)").text());
     const int state = g_quilan_status;
     const ReplyRoute& route = route_for(state);
     carry_out(state, rule_for(route.rules, route.parse(payload)));

@@ -42,27 +42,31 @@ constexpr Resource kResources[] = {
      profession_sys_gateway_server_restoredefcfg},
 };
 
+int register_row(const Resource& row) {
+    if (row.get != nullptr && row.post != nullptr)
+        return frame_coap_register_get_post(row.path, row.get, row.post);
+    if (row.get != nullptr)
+        return frame_coap_register(row.path, kGet, row.get);
+    return frame_coap_register(row.path, kPost, row.post);
+}
+
 } // namespace
 
 int frame_coap_register(const char* path, int method, coap_method_handler_t handler) {
-    frame_coap_serve(path, method == kGet ? handler : nullptr, method == kPost ? handler : nullptr);
-    return 0;
+    return frame_coap_register_get_post(path, method == kGet ? handler : nullptr,
+                                        method == kPost ? handler : nullptr);
 }
 
 int frame_coap_register_get_post(const char* path, coap_method_handler_t get,
                                  coap_method_handler_t post) {
-    frame_coap_serve(path, get, post);
-    return 0;
+    return frame_coap_serve(path, get, post) ? 0 : -1;
 }
 
 int frame_coap_register_list() {
+    int result = 0;
     for (const Resource& row : kResources) {
-        if (row.get != nullptr && row.post != nullptr)
-            frame_coap_register_get_post(row.path, row.get, row.post);
-        else if (row.get != nullptr)
-            frame_coap_register(row.path, kGet, row.get);
-        else
-            frame_coap_register(row.path, kPost, row.post);
+        if (register_row(row) != 0)
+            result = -1;
     }
-    return 0;
+    return result;
 }

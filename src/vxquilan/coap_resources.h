@@ -9,7 +9,7 @@
  * Registers the whole table on the current context. Called after every connect, before the receive
  * thread starts.
  *
- * @return 0
+ * @return 0; -1 when there was no room for all of it
  */
 int frame_coap_register_list();
 
@@ -18,7 +18,7 @@ int frame_coap_register_list();
  *
  * @param path    must stay valid as long as the context
  * @param method  1 GET, 2 POST
- * @return 0
+ * @return 0; -1 when there is no room for it
  */
 int frame_coap_register(const char* path, int method, coap_method_handler_t handler);
 

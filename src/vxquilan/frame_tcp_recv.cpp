@@ -90,7 +90,7 @@ namespace vxq {
 bool start_tcp_recv(int sock) {
     g_tcp_thread = 1;
     void* const argument = reinterpret_cast<void*>(std::intptr_t{sock});
-    if (start_detached_thread(frame_tcp_recv, argument, kThreadStack))
+    if (start_detached_thread(frame_tcp_recv, argument))
         return true;
     g_tcp_thread = 0;
     return false;

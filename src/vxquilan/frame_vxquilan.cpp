@@ -2,6 +2,7 @@
 #include "vxquilan/frame_vxquilan.h"
 
 #include <cstddef>
+#include <utility>
 
 #include "log/log.h"
 #include "os/clock.h"
@@ -12,9 +13,11 @@
 #include "state/state.h"
 #include "text/text.h"
 #include "vx_coap/frame_coap.h"
+#include "vxquilan/app_heartbeat.h"
 #include "vxquilan/coap_dispatch.h"
 #include "vxquilan/coap_events.h"
 #include "vxquilan/coap_resources.h"
+#include "vxquilan/reconnect_pause.h"
 #include "vxquilan/siblings.h"
 #include <vxquilan/device.h>
 
@@ -24,8 +27,9 @@ namespace {
 
 constexpr int kReplySeconds = 10;
 constexpr unsigned kConnectPauseSeconds = 5;
+constexpr long kHeartbeatPauseSeconds = 10;
 constexpr unsigned kForeignStateSeconds = 10;
-constexpr unsigned kIdleMilliseconds = 10;
+constexpr unsigned kIdleMilliseconds = VXQUILAN_STEP_MS;
 
 /** What happens when a state's attempts are used up. */
 struct GiveUp {
@@ -98,7 +102,7 @@ bool connect_refused() {
 
 void start_receive_thread() {
     frame_coap_recv_prepare();
-    if (start_detached_thread(frame_coap_recv, nullptr, kThreadStack))
+    if (start_detached_thread(frame_coap_recv, nullptr))
         return;
     frame_coap_recv_abandon();
     QUILAN_LOG(VX_LOG_ERROR, "%s:creat_thread_wait_info error!\n", "frame_vxquilan");
@@ -140,7 +144,8 @@ void AppLoop::change_mode(int mode) {
 }
 
 void AppLoop::wait_for_reply() const {
-    while (steady_seconds() - last_request_ < kReplySeconds && g_coap_recvflag != 1 &&
+    // The flag first: an idle loop comes by a hundred times a second and need not ask for the time.
+    while (g_coap_recvflag != 1 && steady_seconds() - last_request_ < kReplySeconds &&
            !connect_refused())
         sleep_seconds(1);
 }
@@ -150,6 +155,7 @@ void AppLoop::act() {
     if (state == kAppConnect) {
         connect();
     } else if (state == kAppOnline) {
+        restore_heartbeat();
         sleep_milliseconds(kIdleMilliseconds);
     } else if (const RequestState* const entry = find_request_state(state)) {
         const bool attempt = g_app_count < entry->attempts;
@@ -167,10 +173,12 @@ void AppLoop::act() {
 void AppLoop::send(int (*request)()) {
     // Before the message leaves: a platform that answers at once must find the books done, or its
     // reply would be wiped out.
-    last_request_ = steady_seconds();
     g_coap_recvflag = 0;
     ++g_app_count;
     request();
+    // Behind it: a device library that takes its time over the facts must not use up the
+    // platform's.
+    last_request_ = steady_seconds();
 }
 
 void AppLoop::connect() {
@@ -183,9 +191,18 @@ void AppLoop::connect() {
         frame_coap_close();
         sleep_seconds(1);
     }
+    // Whoever is activating the gateway is waiting for it.
+    if (std::exchange(had_session_, false) && g_activate_flag == 0)
+        pause_before_replacement(kConnectPauseSeconds);
     g_app_count = 0;
     if (frame_coap_connect() != 0) {
-        sleep_seconds(kConnectPauseSeconds);
+        pause_before_retry(kConnectPauseSeconds);
+        return;
+    }
+    if (frame_coap_register_list() != 0) {
+        // It would lack a resource for as long as it lasts, and that may be months.
+        frame_coap_close();
+        pause_before_retry(kConnectPauseSeconds);
         return;
     }
     open_session();
@@ -196,15 +213,24 @@ void AppLoop::pause_after_refusal() {
     // It is a failed connect all the same; what was sent into it will not be answered.
     g_coap_refused = 0;
     last_request_ = 0;
-    sleep_seconds(kConnectPauseSeconds);
+    had_session_ = false;
+    pause_before_retry(kConnectPauseSeconds);
 }
 
 void AppLoop::open_session() {
-    frame_coap_register_list();
+    had_session_ = true;
     // The state is set before the receive thread exists: whatever that thread makes of it, a lost
     // connection above all, must not be overwritten.
     quilan_state_start_session(g_activate_flag == 1 ? kAppActivate : ordinary_first_state());
     start_receive_thread();
+}
+
+void AppLoop::restore_heartbeat() {
+    // Without it a session is never missed when it dies, and may seem to live for months.
+    if (!app_heartbeat_missing() || steady_seconds() - heartbeat_tried_ < kHeartbeatPauseSeconds)
+        return;
+    heartbeat_tried_ = steady_seconds();
+    start_app_heartbeat();
 }
 
 } // namespace vxq

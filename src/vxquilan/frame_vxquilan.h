@@ -26,10 +26,13 @@ private:
     void connect();
     void pause_after_refusal();
     void open_session();
+    void restore_heartbeat();
     void send(int (*request)());
 
-    int previous_mode_ = -1; ///< no mode of a gateway: the first pass counts as a change
-    long last_request_ = 0;  ///< steady seconds; 0 for "long ago"
+    int previous_mode_ = -1;   ///< no mode of a gateway: the first pass counts as a change
+    long last_request_ = 0;    ///< steady seconds; 0 for "long ago"
+    bool had_session_ = false; ///< and no wait since
+    long heartbeat_tried_ = 0; ///< steady seconds; 0 for "long ago"
 };
 
 } // namespace vxq

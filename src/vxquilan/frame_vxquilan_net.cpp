@@ -13,6 +13,7 @@
 #include "vx_socket/frame_socket.h"
 #include "vxquilan/frame_tcp_recv.h"
 #include "vxquilan/net_heartbeat.h"
+#include "vxquilan/reconnect_pause.h"
 #include <vxquilan/device.h>
 
 namespace vxq {
@@ -123,7 +124,7 @@ int NetLoop::connect() {
     stop_threads();
     if (frame_socket_connect_tcp(&sock_) == 0)
         return kNetPublicKey;
-    sleep_seconds(kConnectPauseSeconds);
+    pause_before_retry(kConnectPauseSeconds);
     return kNetGetIpAddress;
 }
 
@@ -131,6 +132,7 @@ int NetLoop::disconnect() {
     stop_threads();
     announce("QUILAN_TCP_CLOSE");
     close_connection();
+    pause_before_replacement(kConnectPauseSeconds);
     return kNetGetIpAddress;
 }
 
@@ -156,7 +158,8 @@ int NetLoop::exchange_dh_keys() {
 
 int NetLoop::start_heartbeat() {
     announce("QUILAN_HEARTBEAT");
-    report_thread(start_net_heartbeat(sock_));
+    heartbeat_missing_ = !start_net_heartbeat(sock_);
+    report_thread(!heartbeat_missing_);
     return kNetIdle;
 }
 
@@ -173,6 +176,9 @@ int NetLoop::register_device() {
 
 int NetLoop::idle() {
     sleep_seconds(kIdleSeconds);
+    // Nobody else would notice the end of the connection.
+    if (heartbeat_missing_)
+        heartbeat_missing_ = !start_net_heartbeat(sock_);
     return kNetIdle;
 }
 

@@ -41,8 +41,9 @@ private:
     int register_device();
     int idle();
 
-    int previous_mode_ = -1; ///< no mode of a gateway: the first pass counts as a change
-    int sock_ = 0;           ///< 0 for none
+    int previous_mode_ = -1;         ///< no mode of a gateway: the first pass counts as a change
+    int sock_ = 0;                   ///< 0 for none
+    bool heartbeat_missing_ = false; ///< its thread could not be created
 };
 
 } // namespace vxq

@@ -39,7 +39,7 @@ bool keep_alive(int sock) {
 bool start_net_heartbeat(int sock) {
     g_heartbeat_thread = 1;
     void* const argument = reinterpret_cast<void*>(std::intptr_t{sock});
-    if (start_detached_thread(frame_heartbeat_thread, argument, kThreadStack))
+    if (start_detached_thread(frame_heartbeat_thread, argument))
         return true;
     g_heartbeat_thread = 0;
     return false;

@@ -8,6 +8,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "instrumented.h"
@@ -65,5 +66,53 @@ TEST(Binary, NeedsNoRunTimeLibraryOfCpp) {
                            testing::StartsWith("libssl"), testing::StartsWith("libc.")));
     }
 }
+
+/** One program that is shipped, and what of it the loader is told. */
+class Hardened : public testing::TestWithParam<std::pair<const char*, const char*>> {
+protected:
+    void SetUp() override {
+        if (e2e::is_instrumented())
+            GTEST_SKIP() << "sanitizers go without";
+        if (!VXQUILAN_HARDENED)
+            GTEST_SKIP() << "switched off";
+    }
+    /** The output of a tool on the program, as one text. */
+    static std::string shown_by(const std::string& tool) {
+        std::string text;
+        for (const std::string& line : lines_of(tool + " " + GetParam().second))
+            text += line + "\n";
+        return text;
+    }
+};
+
+TEST_P(Hardened, LiesAtAnyAddress) {
+    EXPECT_THAT(shown_by("readelf -h"), testing::ContainsRegex("Type: +DYN"));
+    EXPECT_THAT(shown_by("readelf -d"), testing::ContainsRegex("FLAGS_1.* PIE"));
+}
+
+TEST_P(Hardened, HasNoTableOfAddressesToWriteInto) {
+    EXPECT_THAT(shown_by("readelf -lW"), testing::HasSubstr("GNU_RELRO"));
+    EXPECT_THAT(shown_by("readelf -d"), testing::ContainsRegex("FLAGS_1.*NOW"));
+}
+
+TEST_P(Hardened, HasNoExecutableStackAndNothingToWriteAndExecute) {
+    const std::string segments = shown_by("readelf -lW");
+    EXPECT_THAT(segments, testing::ContainsRegex("GNU_STACK .* RW +0x"));
+    EXPECT_THAT(segments, testing::Not(testing::ContainsRegex("LOAD .* RWE +0x")));
+}
+
+TEST_P(Hardened, WatchesOverItsStackAndItsBuffers) {
+    const std::string symbols = shown_by("nm -D --undefined-only");
+    EXPECT_THAT(symbols, testing::HasSubstr("__stack_chk_fail"));
+    if (VXQUILAN_FORTIFIED) {
+        EXPECT_THAT(symbols, testing::ContainsRegex("__[a-z]+_chk(@|\n)"));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Shipped, Hardened,
+                         testing::Values(std::pair("Daemon", VXQUILAN_DAEMON),
+                                         std::pair("PlatformChannel", VXQUILAN_NET),
+                                         std::pair("DeviceCheck", VXQUILAN_CHECK)),
+                         [](const auto& program) { return program.param.first; });
 
 } // namespace

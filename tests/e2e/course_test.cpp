@@ -6,6 +6,7 @@
 
 #include "gateway.h"
 #include "platform.h"
+#include "transports.h"
 
 namespace e2e {
 namespace {
@@ -26,9 +27,7 @@ protected:
 };
 
 INSTANTIATE_TEST_SUITE_P(Transports, Course, testing::Values(Transport::tcp, Transport::tls),
-                         [](const testing::TestParamInfo<Transport>& transport) {
-                             return transport.param == Transport::tls ? "Tls" : "Tcp";
-                         });
+                         name_of_transport);
 
 TEST_P(Course, NewGatewayRegistersActivatesAndGoesOnline) {
     gateway.start();

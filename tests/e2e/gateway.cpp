@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "gateway.h"
 
+#include <cstdlib>
 #include <fstream>
-#include <sstream>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -18,21 +18,14 @@ nlohmann::json read_json(const std::filesystem::path& file) {
     return nlohmann::json::parse(stream);
 }
 
-/** A program's command line, with a tool such as valgrind in front of it if one is asked for. */
-std::vector<std::string> command_of(const char* program) {
-    std::vector<std::string> command;
-    if (const char* const wrapper = std::getenv("VXQUILAN_TEST_DAEMON_WRAPPER")) {
-        std::istringstream words(wrapper);
-        for (std::string word; words >> word;)
-            command.push_back(word);
-    }
-    command.emplace_back(program);
-    return command;
-}
-
 } // namespace
 
-Gateway::Gateway(int port, bool tls) {
+Build own_build() {
+    const char* const wrapper = std::getenv("VXQUILAN_TEST_DAEMON_WRAPPER");
+    return {wrapper != nullptr ? wrapper : "", VXQUILAN_DAEMON, VXQUILAN_NET, VXQUILAN_LIBRARIES};
+}
+
+Gateway::Gateway(int port, bool tls, Build build) : build_(std::move(build)) {
     std::filesystem::copy_file(VXQUILAN_SAMPLE_STATE, folder_ / "gateway.json");
     edit([&](nlohmann::json& state) {
         state["app_platform"]["host"] = "127.0.0.1";
@@ -70,24 +63,27 @@ nlohmann::json Gateway::state() const {
 }
 
 void Gateway::start(const std::map<std::string, std::string>& environment) {
-    run(VXQUILAN_DAEMON, environment);
+    start_program(build_.daemon, environment);
 }
 
 void Gateway::start_net(const std::map<std::string, std::string>& environment) {
-    run(VXQUILAN_NET, environment);
+    start_program(build_.net, environment);
 }
 
-void Gateway::run(const char* program, const std::map<std::string, std::string>& environment) {
+void Gateway::start_program(const std::string& program,
+                            const std::map<std::string, std::string>& environment) {
     std::map<std::string, std::string> variables = {
         {"VX_DEVICE_STATE", folder_ / "gateway.json"},
         {"VX_DEVICE_JOURNAL", folder_ / "calls.jsonl"},
         {"VX_DEVICE_CONTROL", folder_ / "control"},
         {"VX_LOG_LEVEL", "7"},
-        {"LD_LIBRARY_PATH", VXQUILAN_LIBRARIES},
+        {"LD_LIBRARY_PATH", build_.libraries},
     };
     for (const auto& [name, value] : environment)
         variables[name] = value;
-    daemon_ = std::make_unique<Process>(command_of(program), variables, folder_ / "daemon.log");
+    std::vector<std::string> command = words_of(build_.runner);
+    command.push_back(program);
+    daemon_ = std::make_unique<Process>(command, variables, folder_ / "daemon.log");
 }
 
 void Gateway::control(const std::string& line) const {
@@ -126,7 +122,9 @@ bool Gateway::called(const std::string& operation) const {
 
 bool Gateway::complained() const {
     // valgrind, told to be quiet, has lines of its own for errors and leaks only.
-    return logged("==" + std::to_string(daemon_->id()) + "==") || logged("Assertion");
+    // The emulator says when it meets something that its processor does not have.
+    return logged("==" + std::to_string(daemon_->id()) + "==") || logged("Assertion") ||
+           logged("qemu: ");
 }
 
 bool Gateway::logged(const std::string& text) const {

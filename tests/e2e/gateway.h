@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -14,13 +15,24 @@
 /** @file The real daemon on the simulated gateway. */
 namespace e2e {
 
+/** The daemon's programs and libraries, as one build made them. */
+struct Build {
+    std::string runner; ///< what runs them on this machine, with its arguments; empty: nothing
+    std::string daemon;
+    std::string net;       ///< the platform channel by itself
+    std::string libraries; ///< folders of the device and the log library, separated by colons
+};
+
+/** The build beside the tests, under a tool such as valgrind (VXQUILAN_TEST_DAEMON_WRAPPER). */
+Build own_build();
+
 class Gateway {
 public:
     /**
      * Prepares a gateway from the shipped sample, never seen by any platform and without a
      * registration code of its own; its platform is 127.0.0.1:port.
      */
-    explicit Gateway(int port, bool tls = false);
+    explicit Gateway(int port, bool tls = false, Build build = own_build());
 
     /** Makes gateway and platform know each other, as after an earlier activation. */
     void introduce_to(const Platform& platform) const;
@@ -35,6 +47,10 @@ public:
     void start(const std::map<std::string, std::string>& environment = {});
     /** Starts the platform channel by itself instead. */
     void start_net(const std::map<std::string, std::string>& environment = {});
+
+    /** Starts another build of either. */
+    void start_program(const std::string& program,
+                       const std::map<std::string, std::string>& environment = {});
 
     /** Says something to the simulated gateway's control channel, e.g. "register-code 4711". */
     void control(const std::string& line) const;
@@ -53,8 +69,7 @@ public:
     Process& daemon() { return *daemon_; }
 
 private:
-    void run(const char* program, const std::map<std::string, std::string>& environment);
-
+    Build build_;
     TemporaryFolder folder_;
     std::unique_ptr<Process> daemon_;
 };

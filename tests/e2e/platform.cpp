@@ -2,32 +2,63 @@
 #include "platform.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+
+#include <unistd.h>
 
 namespace e2e {
 
 namespace {
 
 bool is_kind(const nlohmann::json& event, const std::string& kind) {
-    const std::string name = event.at("event");
-    const std::string topic = event.value("name", "");
-    return kind.empty() || kind == name || kind == name + ":" + topic;
+    const auto& name = event.at("event").get_ref<const std::string&>();
+    if (kind.empty() || kind == name)
+        return true;
+    return kind.starts_with(name + ":") && kind == name + ":" + event.value("name", "");
+}
+
+std::map<std::string, std::string> environment() {
+    const char* const libraries = std::getenv("VXQUILAN_TEST_PLATFORM_LIBRARIES");
+    if (libraries == nullptr)
+        return {};
+    return {{"LD_LIBRARY_PATH", libraries}};
 }
 
 } // namespace
 
-Platform::Platform(Transport transport, const std::vector<std::string>& options)
+bool Platform::keeps_framing() {
+    return !environment().empty();
+}
+
+std::string own_address() {
+    const auto id = static_cast<unsigned>(getpid());
+    return "127." + std::to_string(100 + (id >> 14) % 100) + "." +
+           std::to_string((id >> 7) % 128 + 1) + "." + std::to_string(id % 128 + 1);
+}
+
+Platform::Platform(Transport transport, const std::vector<std::string>& options,
+                   const std::filesystem::path& certificate, const Place& place)
     : transport_(transport) {
     const std::string channel = is_tls() ? "tls" : "tcp";
-    std::vector<std::string> command = {
-        VXQUILAN_PLATFORM, "--" + channel,  "127.0.0.1:0", "--fault-" + channel,      "127.0.0.1:0",
-        "--tls-dir",       folder_ / "tls", "--journal",   folder_ / "journal.jsonl", "--prompt",
-        "--serve",         "--quiet"};
+    const std::vector<std::string> arguments = {VXQUILAN_PLATFORM,
+                                                "--" + channel,
+                                                place.host + ":" + std::to_string(place.port),
+                                                "--fault-" + channel,
+                                                place.host + ":0",
+                                                "--tls-dir",
+                                                certificate.empty() ? folder_ / "tls" : certificate,
+                                                "--journal",
+                                                folder_ / "journal.jsonl",
+                                                "--prompt",
+                                                "--serve",
+                                                "--quiet"};
+    std::vector<std::string> command = words_of(place.runner);
+    command.insert(command.end(), arguments.begin(), arguments.end());
     command.insert(command.end(), options.begin(), options.end());
-    process_ = std::make_unique<Process>(command, std::map<std::string, std::string>(),
-                                         folder_ / "platform.log");
+    process_ = std::make_unique<Process>(command, environment(), folder_ / "platform.log");
     port_ = wait_for_port(channel);
     fault_port_ = wait_for_port("fault-" + channel);
 }
@@ -65,23 +96,22 @@ std::vector<nlohmann::json> Platform::events(const std::string& kind) const {
     return result;
 }
 
-const nlohmann::json* Platform::find_event(const std::string& kind, std::size_t number) const {
-    read_journal();
-    for (const nlohmann::json& event : journal_) {
-        if (is_kind(event, kind) && --number == 0)
-            return &event;
-    }
-    return nullptr;
-}
-
 nlohmann::json Platform::wait_for(const std::string& kind, std::size_t count,
                                   std::chrono::milliseconds limit) const {
-    const nlohmann::json* found = nullptr;
-    wait_until([&] { return (found = find_event(kind, count)) != nullptr; }, limit);
-    if (found == nullptr)
-        throw std::runtime_error("no " + kind + " number " + std::to_string(count) +
-                                 " at the platform: " + process_->output());
-    return *found;
+    // Each event is looked at once, however long the wait: journals get long.
+    std::size_t seen = 0;
+    const bool found = wait_until(
+        [&] {
+            read_journal();
+            for (; count != 0 && seen < journal_.size(); ++seen)
+                count -= is_kind(journal_[seen], kind) ? 1u : 0u;
+            return count == 0;
+        },
+        limit);
+    if (!found)
+        throw std::runtime_error("no " + kind + " at the platform, " + std::to_string(count) +
+                                 " missing: " + process_->output());
+    return journal_[seen - 1];
 }
 
 std::size_t Platform::count(const std::string& kind) const {

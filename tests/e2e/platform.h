@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <chrono>
+#include <filesystem>
 #include <functional>
 #include <ios>
+#include <memory>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -22,10 +25,31 @@ inline void PrintTo(Transport transport, std::ostream* stream) {
     *stream << (transport == Transport::tls ? "TLS" : "TCP");
 }
 
+/**
+ * A loopback address of this process's own, for the platform channel: gateways know no other port
+ * of it than 32768.
+ */
+std::string own_address();
+
+/** Where a platform runs and listens. */
+struct Place {
+    std::string runner; ///< what starts it there, with its arguments; empty: nothing
+    std::string host = "127.0.0.1";
+    int port = 0; ///< 0: the system chooses
+};
+
 class Platform {
 public:
+    /** @param certificate  folder with the platform's certificate; empty for one of its own */
     explicit Platform(Transport transport = Transport::tcp,
-                      const std::vector<std::string>& options = {});
+                      const std::vector<std::string>& options = {},
+                      const std::filesystem::path& certificate = {}, const Place& place = {});
+
+    /**
+     * Whether the emulator runs on a libcoap that puts split headers together. The tests run it on
+     * the one in VXQUILAN_TEST_PLATFORM_LIBRARIES, the gateway on the one that it was built with.
+     */
+    static bool keeps_framing();
 
     Transport transport() const { return transport_; }
     bool is_tls() const { return transport_ == Transport::tls; }
@@ -50,8 +74,6 @@ public:
 private:
     int wait_for_port(const std::string& transport) const;
     void read_journal() const;
-    /** The event of a kind with that number, from 1; null as long as there is none. */
-    const nlohmann::json* find_event(const std::string& kind, std::size_t number) const;
 
     TemporaryFolder folder_;
     Transport transport_;

@@ -56,6 +56,11 @@ std::size_t count_entries(const std::filesystem::path& folder) {
 
 } // namespace
 
+std::vector<std::string> words_of(const std::string& text) {
+    std::istringstream stream(text);
+    return {std::istream_iterator<std::string>(stream), {}};
+}
+
 TemporaryFolder::TemporaryFolder() {
     std::string pattern = std::filesystem::temp_directory_path() / "vxquilan-test-XXXXXX";
     if (mkdtemp(pattern.data()) == nullptr)

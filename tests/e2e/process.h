@@ -11,6 +11,9 @@
 /** @file Programs under test, and folders for them, that never outlive their test. */
 namespace e2e {
 
+/** The words of a command line, which has no quotes. */
+std::vector<std::string> words_of(const std::string& text);
+
 /** A folder of its own, removed with everything in it. */
 class TemporaryFolder {
 public:

@@ -7,6 +7,7 @@
 #include "gateway.h"
 #include "platform.h"
 #include "resource_table.h"
+#include "transports.h"
 
 namespace e2e {
 namespace {
@@ -44,9 +45,7 @@ protected:
 };
 
 INSTANTIATE_TEST_SUITE_P(Transports, Resources, testing::Values(Transport::tcp, Transport::tls),
-                         [](const testing::TestParamInfo<Transport>& transport) {
-                             return transport.param == Transport::tls ? "Tls" : "Tcp";
-                         });
+                         name_of_transport);
 
 TEST_P(Resources, EveryOneAnswersWithTheTokenAndTheEchoes) {
     EXPECT_EQ(served_paths().size(), 15u);

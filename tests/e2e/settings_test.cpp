@@ -5,6 +5,7 @@
 #include "gateway.h"
 #include "platform.h"
 #include "resource_table.h"
+#include "transports.h"
 
 namespace e2e {
 namespace {
@@ -28,9 +29,7 @@ protected:
 };
 
 INSTANTIATE_TEST_SUITE_P(Transports, Settings, testing::Values(Transport::tcp, Transport::tls),
-                         [](const testing::TestParamInfo<Transport>& transport) {
-                             return transport.param == Transport::tls ? "Tls" : "Tcp";
-                         });
+                         name_of_transport);
 
 /** One value that a settings request changes: where the platform reads it, and where it is kept. */
 struct Change {

@@ -3,11 +3,9 @@
 
 #include "state/state.h"
 #include "support/journal.h"
-#include "vx_coap/coap_lock.h"
 
 coap_context_t* g_coap_ctx = nullptr;
 coap_session_t* g_coap_session = nullptr;
-pthread_mutex_t g_coap_lock = PTHREAD_MUTEX_INITIALIZER;
 
 namespace fake {
 
@@ -21,6 +19,7 @@ struct Content {
     std::vector<SentRequest> sent;
     std::vector<SentAnswer> answers;
     std::vector<ServedResource> served;
+    std::string refused_resource;
     CoapCallbacks callbacks{nullptr, nullptr};
     std::function<void()> on_connect;
     std::function<void(const SentRequest&)> on_send;
@@ -115,6 +114,10 @@ const std::vector<SentAnswer>& Coap::answers() const {
     return content().answers;
 }
 
+void Coap::refuse_resource(const std::string& path) {
+    content().refused_resource = path;
+}
+
 const std::vector<ServedResource>& Coap::served() const {
     return content().served;
 }
@@ -151,10 +154,13 @@ int frame_coap_connect() {
     return content().connect_result;
 }
 
-void frame_coap_serve(const char* path, coap_method_handler_t get, coap_method_handler_t post) {
+bool frame_coap_serve(const char* path, coap_method_handler_t get, coap_method_handler_t post) {
     journal().note(Source::serve, "frame_coap_serve(" + quoted(path) + ")");
+    if (path == content().refused_resource)
+        return false;
     if (g_coap_session != nullptr)
         content().served.push_back({path, get, post});
+    return true;
 }
 
 void frame_coap_recv_prepare() {
@@ -214,31 +220,3 @@ int frame_coap_serves(const coap_session_t* session) {
 int frame_coap_session_number() {
     return content().session_number;
 }
-
-namespace vxq {
-
-namespace {
-
-thread_local bool t_held = false;
-
-} // namespace
-
-CoapLock::CoapLock() : outermost_(!t_held) {
-    if (!outermost_)
-        return;
-    pthread_mutex_lock(&g_coap_lock);
-    t_held = true;
-}
-
-CoapLock::~CoapLock() {
-    if (!outermost_)
-        return;
-    t_held = false;
-    pthread_mutex_unlock(&g_coap_lock);
-}
-
-bool CoapLock::held() {
-    return t_held;
-}
-
-} // namespace vxq

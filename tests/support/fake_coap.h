@@ -54,6 +54,8 @@ public:
 
     /** What each further connect returns. */
     void set_connect_result(int result);
+    /** There is no room for that resource; for none with an empty path. */
+    void refuse_resource(const std::string& path);
 
     /** These run inside the call, after it was noted. */
     void on_connect(std::function<void()> action);

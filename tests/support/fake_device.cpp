@@ -15,15 +15,6 @@ namespace fake {
 
 namespace {
 
-/** What can be programmed beside the result. */
-enum class Shape { nothing, text, number, record, text_and_number };
-
-struct Operation {
-    const char* name;
-    Shape shape;
-    std::size_t size; ///< of the buffer or record
-};
-
 constexpr Operation kOperations[] = {
 #define TEXT_GET(name, size) {#name, Shape::text, size},
 #define TEXT_SET(name) {#name, Shape::nothing, 0},
@@ -34,14 +25,6 @@ constexpr Operation kOperations[] = {
 #define ACTION(name) {#name, Shape::nothing, 0},
 #define OTHER(name, shape, size) {#name, Shape::shape, size},
 #include "support/device_operations.inc"
-#undef TEXT_GET
-#undef TEXT_SET
-#undef NUMBER_GET
-#undef NUMBER_SET
-#undef RECORD_GET
-#undef RECORD_SET
-#undef ACTION
-#undef OTHER
 };
 
 const Operation& find(const std::string& name) {
@@ -189,6 +172,10 @@ void Device::set_record_bytes(const char* operation, const void* bytes, std::siz
 void Device::on_call(const char* operation, std::function<void()> action) {
     change(operation,
            [&action](const Operation&, Program& program) { program.action = std::move(action); });
+}
+
+std::span<const Operation> operations() {
+    return kOperations;
 }
 
 Device& device() {

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <initializer_list>
+#include <span>
 #include <string>
 
 #include <vxquilan/device.h>
@@ -14,6 +15,18 @@
  * interface's contract (a buffer that isn't zeroed).
  */
 namespace fake {
+
+/** What an operation can be programmed with beside its result. */
+enum class Shape { nothing, text, number, record, text_and_number };
+
+struct Operation {
+    const char* name;
+    Shape shape;
+    std::size_t size; ///< of the buffer or record
+};
+
+/** All of the device library's. */
+std::span<const Operation> operations();
 
 /**
  * Operations are named as in the header; a name that doesn't exist, or that cannot give what is

@@ -19,7 +19,8 @@ struct Content {
 };
 
 Content& content() {
-    static Content instance;
+    // Never destroyed: detached threads may have a last word when the process ends.
+    static Content& instance = *new Content;
     return instance;
 }
 
@@ -41,6 +42,13 @@ void Log::reset() {
 std::vector<LogLine> Log::lines() const {
     const std::lock_guard guard(content().mutex);
     return content().lines;
+}
+
+std::string Log::whole() const {
+    std::string text;
+    for (const LogLine& line : lines())
+        text += line.text;
+    return text;
 }
 
 std::vector<std::string> Log::texts(int level) const {

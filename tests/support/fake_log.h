@@ -21,6 +21,8 @@ class Log {
 public:
     void reset();
     [[nodiscard]] std::vector<LogLine> lines() const;
+    /** The texts of all lines, one behind the other. */
+    [[nodiscard]] std::string whole() const;
     /** Lines of one level, as in the journal but without the level. */
     [[nodiscard]] std::vector<std::string> texts(int level) const;
 };

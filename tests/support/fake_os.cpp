@@ -10,6 +10,7 @@
 
 #include "os/clock.h"
 #include "os/process.h"
+#include "os/random.h"
 #include "support/journal.h"
 
 namespace fake {
@@ -38,6 +39,7 @@ struct Content {
     std::vector<StartedThread> threads;
     std::function<void()> on_thread;
     bool refuse_threads = false;
+    std::vector<unsigned> random;
 };
 
 struct Guarded {
@@ -55,6 +57,11 @@ template <class Access>
 auto with_content(Access access) {
     const std::lock_guard guard(guarded().mutex);
     return access(guarded().content);
+}
+
+/** A week at most, which any long holds. */
+long whole_seconds(Microseconds time) {
+    return static_cast<long>(duration_cast<seconds>(time).count());
 }
 
 /** Takes the next event that is due by `end` and puts the clock to it. */
@@ -92,18 +99,17 @@ Microseconds Os::elapsed() const {
 }
 
 long Os::elapsed_seconds() const {
-    return duration_cast<seconds>(elapsed()).count();
+    return whole_seconds(elapsed());
 }
 
 long Os::wall() const {
-    return with_content([](Content& content) {
-        return content.wall_offset + duration_cast<seconds>(content.elapsed).count();
-    });
+    return with_content(
+        [](Content& content) { return content.wall_offset + whole_seconds(content.elapsed); });
 }
 
 void Os::set_wall(long seconds_since_1970) {
     with_content([seconds_since_1970](Content& content) {
-        content.wall_offset = seconds_since_1970 - duration_cast<seconds>(content.elapsed).count();
+        content.wall_offset = seconds_since_1970 - whole_seconds(content.elapsed);
     });
 }
 
@@ -152,6 +158,10 @@ std::vector<StartedThread> Os::threads() const {
     return with_content([](Content& content) { return content.threads; });
 }
 
+void Os::set_random(std::vector<unsigned> numbers) {
+    with_content([&numbers](Content& content) { content.random = std::move(numbers); });
+}
+
 Os& os() {
     static Os instance;
     return instance;
@@ -183,28 +193,39 @@ std::tm local_time() {
 }
 
 void sleep_seconds(unsigned seconds_) {
-    daemon_sleeps("sleep_seconds", long{seconds_}, seconds(seconds_));
+    daemon_sleeps("sleep_seconds", static_cast<long>(seconds_), seconds(seconds_));
 }
 
 void sleep_milliseconds(unsigned milliseconds) {
-    daemon_sleeps("sleep_milliseconds", long{milliseconds},
+    daemon_sleeps("sleep_milliseconds", static_cast<long>(milliseconds),
                   std::chrono::milliseconds(milliseconds));
 }
 
 void sleep_microseconds(unsigned microseconds) {
-    daemon_sleeps("sleep_microseconds", long{microseconds}, Microseconds(microseconds));
+    daemon_sleeps("sleep_microseconds", static_cast<long>(microseconds),
+                  Microseconds(microseconds));
 }
 
-bool start_detached_thread(ThreadEntry entry, void* argument, std::size_t stack_bytes) {
+bool start_detached_thread(ThreadEntry entry, void* argument) {
     journal().note(Source::os, "start_detached_thread(" + thread_name(entry) + ")");
     const auto [refused, action] = with_content([&](Content& content) {
         if (!content.refuse_threads)
-            content.threads.push_back({entry, argument, stack_bytes});
+            content.threads.push_back({entry, argument});
         return std::pair(content.refuse_threads, content.on_thread);
     });
     if (action)
         action();
     return !refused;
+}
+
+unsigned random_up_to(unsigned limit) {
+    return with_content([limit](Content& content) {
+        if (content.random.empty())
+            return 0U;
+        const unsigned number = content.random.front();
+        content.random.erase(content.random.begin());
+        return number % (limit + 1);
+    });
 }
 
 void run_command(const char* command_line) {

@@ -22,7 +22,6 @@ using Microseconds = std::chrono::microseconds;
 struct StartedThread {
     vxq::ThreadEntry entry;
     void* argument;
-    std::size_t stack_bytes;
 };
 
 /** Thread-safe, but events run on the thread that sleeps. */
@@ -58,6 +57,9 @@ public:
     /** Is run inside each start of a thread. */
     void on_thread(std::function<void()> action);
     [[nodiscard]] std::vector<StartedThread> threads() const;
+
+    /** What comes out of the system's source of random numbers, once for each; 0 when used up. */
+    void set_random(std::vector<unsigned> numbers);
 };
 
 Os& os();

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <algorithm>
+#include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -19,8 +22,15 @@ public:
     RecordBytes& text(std::size_t offset, const std::string& text) {
         return put(offset, text.data(), text.size());
     }
+    /** Most significant byte first on the gateway, last on the developer's machine. */
     RecordBytes& number(std::size_t offset, std::int32_t number) {
-        return put(offset, &number, sizeof number);
+        const auto value = static_cast<std::uint32_t>(number);
+        std::array<unsigned char, 4> bytes{};
+        for (std::size_t place = 0; place < bytes.size(); ++place)
+            bytes[place] = static_cast<unsigned char>(value >> (8 * (bytes.size() - 1 - place)));
+        if (std::endian::native == std::endian::little)
+            std::reverse(bytes.begin(), bytes.end());
+        return put(offset, bytes.data(), bytes.size());
     }
     RecordBytes& clear(std::size_t offset, std::size_t size) {
         return put(offset, std::vector<unsigned char>(size, 0).data(), size);

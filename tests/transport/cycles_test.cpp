@@ -58,10 +58,18 @@ struct Holdings {
     long heap;
 };
 
+/** Bytes that are allocated. */
+long heap_in_use() {
+#ifdef HAVE_MALLINFO2
+    return static_cast<long>(mallinfo2().uordblks);
+#else
+    return mallinfo().uordblks;
+#endif
+}
+
 Holdings holdings(int threads_expected) {
     EXPECT_TRUE(wait_until([&] { return running_threads() <= threads_expected; }));
-    return {open_descriptors(), probe::objects(), s_tls_objects,
-            static_cast<long>(mallinfo2().uordblks)};
+    return {open_descriptors(), probe::objects(), s_tls_objects, heap_in_use()};
 }
 
 } // namespace

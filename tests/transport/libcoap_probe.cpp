@@ -8,6 +8,8 @@
 #include <dlfcn.h>
 #include <pthread.h>
 
+#include "vx_coap/coap_lock.h"
+
 namespace probe {
 
 namespace {
@@ -30,6 +32,7 @@ struct Place {
 std::array<Place, 16> s_places;
 std::atomic<int> s_overlaps{0};
 std::atomic<int> s_frees_at_work{0};
+std::atomic<int> s_unlocked_changes{0};
 std::atomic<int> s_startups{0};
 std::atomic<int> s_cleanups{0};
 std::atomic<int> s_contexts_made{0};
@@ -104,6 +107,12 @@ void check_free(const coap_context_t* context) {
     place->context.store(nullptr, kRelaxed);
 }
 
+/** Other threads may be at work with a session that is ending, and look at what is changed. */
+void check_lock() {
+    if (!vxq::CoapLock::held())
+        s_unlocked_changes.fetch_add(1, kRelaxed);
+}
+
 std::string text_or_null(const char* text) {
     return text != nullptr ? text : "null";
 }
@@ -120,8 +129,8 @@ void note_sent(const coap_pdu_t* message) {
 } // namespace
 
 void reset() {
-    for (auto* const counter : {&s_overlaps, &s_frees_at_work, &s_startups, &s_cleanups,
-                                &s_contexts_made, &s_contexts_freed})
+    for (auto* const counter : {&s_overlaps, &s_frees_at_work, &s_unlocked_changes, &s_startups,
+                                &s_cleanups, &s_contexts_made, &s_contexts_freed})
         *counter = 0;
     for (auto* const value : {&s_keepalive, &s_log_level, &s_tls_log_level})
         *value = -1;
@@ -142,6 +151,15 @@ int overlaps() {
 }
 int frees_at_work() {
     return s_frees_at_work;
+}
+bool inside() {
+    return std::any_of(s_places.begin(), s_places.end(), [](const Place& place) {
+        return place.depth.load(kRelaxed) > 0 &&
+               pthread_equal(place.owner.load(kRelaxed), pthread_self()) != 0;
+    });
+}
+int unlocked_changes() {
+    return s_unlocked_changes;
 }
 int startups() {
     return s_startups;
@@ -256,6 +274,12 @@ coap_pdu_t* coap_pdu_init(coap_pdu_type_t type, coap_pdu_code_t code, coap_mid_t
     return fails(Fault::message) ? nullptr : call(type, code, message_id, size);
 }
 
+size_t coap_add_option(coap_pdu_t* message, coap_option_num_t number, size_t length,
+                       const std::uint8_t* value) {
+    REAL(coap_add_option);
+    return fails(Fault::option) ? 0 : call(message, number, length, value);
+}
+
 std::uint16_t coap_new_message_id(coap_session_t* session) {
     REAL(coap_new_message_id);
     const Inside inside(coap_session_get_context(session));
@@ -304,12 +328,14 @@ void coap_context_set_keepalive(coap_context_t* context, unsigned int seconds) {
 void coap_set_log_level(coap_log_t level) {
     REAL(coap_set_log_level);
     s_log_level = static_cast<int>(level);
+    check_lock();
     call(level);
 }
 
 void coap_dtls_set_log_level(int level) {
     REAL(coap_dtls_set_log_level);
     s_tls_log_level = level;
+    check_lock();
     call(level);
 }
 

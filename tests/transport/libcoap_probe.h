@@ -27,6 +27,7 @@ enum class Fault {
     none,
     context, ///< no context is made
     message, ///< no message is made
+    option,  ///< an option finds no room in its message
     tls,     ///< libcoap says that it knows no TLS
     write    ///< the write of coap_send fails, which ends the session there and then
 };
@@ -36,8 +37,12 @@ void fail_next(Fault fault);
 
 /** Two threads inside libcoap with one context at the same time. Must stay 0. */
 int overlaps();
+/** Changes of libcoap's own settings by a thread that didn't hold `g_coap_lock`. Must stay 0. */
+int unlocked_changes();
 /** Contexts freed while libcoap was at work on them. Must stay 0. */
 int frees_at_work();
+/** Whether the calling thread is inside libcoap, called back by it. */
+bool inside();
 
 int startups();
 int cleanups();

@@ -153,6 +153,36 @@ TEST_P(MalformedInputTest, ACsmCutAnywhereButInItsHeaderIsUnderstood) {
     }
 }
 
+// A libcoap that says so in its package puts a header together from as many reads as there are.
+#ifdef LIBCOAP_KEEPS_SPLIT_HEADER
+TEST_P(MalformedInputTest, EveryMessageCutAnywhereIsAnswered) {
+    Connection platform = establish();
+    for (const std::size_t size : {0u, 2u, 400u}) {
+        const std::string message = encode(any_request("cut", std::string(size, 'b')));
+        for (std::size_t place = 1; place < message.size(); ++place)
+            expect_answer_when_cut(platform, message, place, "cut");
+    }
+}
+
+TEST_P(MalformedInputTest, EveryHeaderCutAnywhereIsUnderstood) {
+    Connection platform = establish();
+    for (const std::size_t size :
+         {2u, 100u, 5000u, 70000u}) { // 13, 14 and 15 in the first four bits
+        const std::string message = encode(any_request("cut", std::string(size, 'b')));
+        for (std::size_t place = 1; place <= header_size(message) + 2; ++place)
+            expect_answer_when_cut(platform, message, place, "cut");
+    }
+}
+
+TEST_P(MalformedInputTest, ARequestMayComeByteByByte) {
+    Connection platform = establish();
+    for (const char byte : encode(any_request("bytes", std::string(300, 'b')))) {
+        platform.send(std::string(1, byte));
+        platform.wait_until_read();
+    }
+    expect_answer(platform, "bytes");
+}
+#else
 TEST_P(MalformedInputTest, AHeaderCutInTwoNeitherCrashesNorHangsAndAReconnectHelps) {
     for (const std::size_t place : {2u, 3u}) {
         Connection platform = establish();
@@ -164,6 +194,7 @@ TEST_P(MalformedInputTest, AHeaderCutInTwoNeitherCrashesNorHangsAndAReconnectHel
         expect_survived();
     }
 }
+#endif
 
 TEST_P(MalformedInputTest, HalfAMessageAndThenTheEndEndsTheSession) {
     const std::string message = encode(any_request("half", std::string(5000, 'b')));
@@ -252,8 +283,18 @@ TEST_P(MalformedInputTest, ATokenOfMoreThanEightBytesIsSurvived) {
 
 TEST_P(MalformedInputTest, AMessageThatClaimsToBeHugeEndsTheSession) {
     Connection platform = establish();
-    send_boldly(platform, std::string("\xF0\xFF\xFF\xFF\xFF\x02", 6));
+    send_boldly(platform, std::string("\xF0\x80\x00\x00\x00\x02", 6));
     EXPECT_TRUE(wait_for_event(COAP_EVENT_TCP_CLOSED));
+    expect_survived();
+}
+
+TEST_P(MalformedInputTest, AMessageThatClaimsTheLargestSizeIsSurvived) {
+    Connection platform = establish();
+    send_boldly(platform, std::string("\xF0\xFF\xFF\xFF\xFF\x02", 6));
+    // Where size_t has 32 bits, libcoap's sum wraps and it waits for 64 KB.
+    if (sizeof(std::size_t) > 4) {
+        EXPECT_TRUE(wait_for_event(COAP_EVENT_TCP_CLOSED));
+    }
     expect_survived();
 }
 

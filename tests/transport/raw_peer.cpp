@@ -11,11 +11,10 @@
 #include <netinet/tcp.h>
 #include <openssl/err.h>
 #include <openssl/pem.h>
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
-
-#include "waiting.h"
 
 namespace transport {
 
@@ -49,7 +48,11 @@ bool same(const sockaddr_in& a, const sockaddr_in& b) {
     return a.sin_port == b.sin_port && a.sin_addr.s_addr == b.sin_addr.s_addr;
 }
 
-Descriptor bind_to(const std::string& address, std::uint16_t port) {
+std::uint16_t port_of(const Descriptor& descriptor) {
+    return ntohs(name_of(descriptor.get(), getsockname).sin_port);
+}
+
+Descriptor bind_socket(const std::string& address, std::uint16_t port) {
     Descriptor descriptor(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
     const int on = 1;
     setsockopt(descriptor.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
@@ -59,14 +62,23 @@ Descriptor bind_to(const std::string& address, std::uint16_t port) {
     return descriptor;
 }
 
-std::uint16_t port_of(const Descriptor& descriptor) {
-    return ntohs(name_of(descriptor.get(), getsockname).sin_port);
+/** Port 0 stands for one that the kernel picks. */
+Descriptor bind_to(const std::string& address, std::uint16_t port) {
+    Descriptor descriptor = bind_socket(address, port);
+    // A socket keeps a port that it asked for also while it does not listen, a picked one not.
+    return port != 0 ? std::move(descriptor) : bind_socket(address, port_of(descriptor));
+}
+
+bool has_input(int descriptor, milliseconds limit) {
+    pollfd watched{descriptor, POLLIN, 0};
+    return poll(&watched, 1, static_cast<int>(limit.count())) > 0;
 }
 
 void limit_waits(int descriptor) {
     const auto limit = patience();
     timeval time{};
-    time.tv_sec = std::chrono::duration_cast<std::chrono::seconds>(limit).count();
+    time.tv_sec =
+        static_cast<std::time_t>(std::chrono::duration_cast<std::chrono::seconds>(limit).count());
     setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &time, sizeof time);
     setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &time, sizeof time);
 }
@@ -133,7 +145,7 @@ std::string Connection::start_tls(const TlsIdentity& identity) {
     tls_.reset(SSL_new(identity.get()));
     SSL_set_fd(tls_.get(), socket_.get());
     if (SSL_accept(tls_.get()) != 1)
-        throw std::runtime_error("TLS handshake failed");
+        throw ConnectionEnded("TLS handshake failed");
     const char* const name = SSL_get_servername(tls_.get(), TLSEXT_NAMETYPE_host_name);
     return name != nullptr ? name : "";
 }
@@ -148,7 +160,7 @@ void Connection::send(std::string_view bytes) {
             tls_ ? SSL_write(tls_.get(), bytes.data(), static_cast<int>(bytes.size()))
                  : ::send(socket_.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
         if (sent <= 0)
-            fail("send");
+            throw ConnectionEnded(std::string("send: ") + std::strerror(errno));
         bytes.remove_prefix(static_cast<std::size_t>(sent));
     }
 }
@@ -167,13 +179,25 @@ bool Connection::receive_more() {
     return true;
 }
 
-Message Connection::next() {
-    for (;;) {
+std::optional<Message> Connection::next_if_any() {
+    do {
         if (auto message = take_message(received_))
-            return *message;
-        if (!receive_more())
-            throw std::runtime_error("the daemon closed the connection");
-    }
+            return message;
+    } while (receive_more());
+    return std::nullopt;
+}
+
+bool Connection::readable() const {
+    // The daemon's next message may be waiting for the acknowledgement of the one before.
+    const int on = 1;
+    setsockopt(socket_.get(), IPPROTO_TCP, TCP_QUICKACK, &on, sizeof on);
+    return readable(milliseconds(0));
+}
+
+Message Connection::next() {
+    if (auto message = next_if_any())
+        return *message;
+    throw ConnectionEnded("the daemon closed the connection");
 }
 
 Message Connection::next_exchange() {
@@ -197,6 +221,11 @@ std::string Connection::receive() {
     if (received_.empty())
         receive_more();
     return std::exchange(received_, {});
+}
+
+bool Connection::readable(milliseconds limit) const {
+    return !received_.empty() || (tls_ && SSL_pending(tls_.get()) > 0) ||
+           has_input(socket_.get(), limit);
 }
 
 void Connection::greet(const Message& signal) {
@@ -232,8 +261,7 @@ Listener::Listener(const std::string& address, std::uint16_t port)
 }
 
 Listener::Listener(Descriptor bound) : socket_(std::move(bound)), port_(port_of(socket_)) {
-    if (listen(socket_.get(), 16) != 0)
-        fail("listen");
+    resume();
     limit_waits(socket_.get());
 }
 
@@ -242,6 +270,20 @@ Connection Listener::accept() {
     if (accepted.get() < 0)
         fail("no connection from the daemon");
     return Connection(std::move(accepted));
+}
+
+bool Listener::has_connection(milliseconds limit) const {
+    return has_input(socket_.get(), limit);
+}
+
+void Listener::refuse() {
+    if (shutdown(socket_.get(), SHUT_RDWR) != 0)
+        fail("shutdown");
+}
+
+void Listener::resume() {
+    if (listen(socket_.get(), 16) != 0)
+        fail("listen");
 }
 
 ClosedPort::ClosedPort() : socket_(bind_to("127.0.0.1", 0)), port_(port_of(socket_)) {}

@@ -3,13 +3,17 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include <openssl/ssl.h>
 
 #include "certificate.h"
+#include "waiting.h"
 #include "wire.h"
 
 /**
@@ -19,6 +23,12 @@
  * std::runtime_error.
  */
 namespace transport {
+
+/** The daemon's end is closed or reset, or was before a handshake was done. */
+class ConnectionEnded : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
 
 /** A file descriptor with an owner. */
 class Descriptor {
@@ -67,12 +77,19 @@ public:
 
     /** The next message, whatever it is. */
     Message next();
+    /** The next message; nothing when the daemon's end is closed or reset instead. */
+    std::optional<Message> next_if_any();
+    /** Whether there is something to take, the end of the connection included. */
+    bool readable() const;
     /** The next request or answer; signals and empty messages are passed over. */
     Message next_exchange();
     /** All whole messages until the daemon's end is closed or reset. */
     std::vector<Message> rest();
     /** Bytes as they come, at least one; empty when the daemon's end is closed or reset. */
     std::string receive();
+
+    /** Waits for something to receive, the end of the connection included. */
+    bool readable(milliseconds limit) const;
 
     /** Both sides of a session's begin: the daemon's CSM is taken, and answered with this one. */
     void greet(const Message& signal = csm());
@@ -106,6 +123,12 @@ public:
     const std::string& address() const { return address_; }
     std::uint16_t port() const { return port_; }
     Connection accept();
+    /** Whether a connection comes in that time, or is there, that nobody has accepted. */
+    bool has_connection(milliseconds limit = milliseconds(0)) const;
+    /** Turns connections away, those that wait to be accepted included; the port is kept. */
+    void refuse();
+    /** Takes connections again. */
+    void resume();
 
 private:
     std::string address_ = "127.0.0.1";

@@ -2,7 +2,6 @@
 #include "transport_test.h"
 
 #include <algorithm>
-#include <filesystem>
 
 #include "libcoap_probe.h"
 #include "os/process.h"
@@ -32,11 +31,6 @@ void reset_flags() {
         *flag = 0;
 }
 
-int entries_of(const char* folder) {
-    const std::filesystem::directory_iterator entries(folder);
-    return static_cast<int>(std::distance(begin(entries), end(entries)));
-}
-
 } // namespace
 
 TransportTest* TransportTest::s_current = nullptr;
@@ -61,6 +55,7 @@ TransportTest::~TransportTest() {
     EXPECT_TRUE(receive_threads_ended());
     EXPECT_EQ(probe::overlaps(), 0) << "two threads were inside libcoap with one context";
     EXPECT_EQ(probe::frees_at_work(), 0) << "a context was freed while libcoap worked on it";
+    EXPECT_EQ(probe::unlocked_changes(), 0) << "libcoap was changed outside the lock";
     EXPECT_EQ(fake::journal().complaints(), std::vector<std::string>{});
     s_current = nullptr;
 }
@@ -81,7 +76,7 @@ void TransportTest::set_access_token(const std::string& token) {
 
 void TransportTest::start_receive_thread() {
     frame_coap_recv_prepare();
-    ASSERT_TRUE(vxq::start_detached_thread(frame_coap_recv, nullptr, vxq::kThreadStack));
+    ASSERT_TRUE(vxq::start_detached_thread(frame_coap_recv, nullptr));
     ++threads_;
 }
 
@@ -188,14 +183,6 @@ std::vector<std::string> errors() {
 bool logged(int level, const std::string& text) {
     const std::vector<std::string> lines = fake::log().texts(level);
     return std::find(lines.begin(), lines.end(), text) != lines.end();
-}
-
-int open_descriptors() {
-    return entries_of("/proc/self/fd") - 1; // the folder itself is open meanwhile
-}
-
-int running_threads() {
-    return entries_of("/proc/self/task");
 }
 
 } // namespace transport

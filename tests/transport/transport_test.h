@@ -9,6 +9,7 @@
 #include <coap3/coap.h>
 #include <gtest/gtest.h>
 
+#include "census.h"
 #include "raw_peer.h"
 #include "support/fake_device.h"
 #include "support/fake_log.h"
@@ -92,9 +93,5 @@ std::vector<std::string> errors();
 
 /** Whether a line of that level and text was logged; the source line in it counts as "#". */
 bool logged(int level, const std::string& text);
-
-/** Descriptors and threads of this process. */
-int open_descriptors();
-int running_threads();
 
 } // namespace transport

@@ -39,7 +39,7 @@ TEST_F(Connect, LogsConnectsAndStartsTheReceiveThread) {
     EXPECT_EQ(fake::os().threads()[0].entry, frame_coap_recv);
     EXPECT_EQ(fake::os().threads()[0].argument, nullptr);
     // A handler keeps a record of 140,036 bytes there, and libcoap needs its share.
-    EXPECT_GE(fake::os().threads()[0].stack_bytes, 2u * 140'036);
+    EXPECT_GE(vxq::kThreadStack, 2u * 140'036);
 }
 
 TEST_F(Connect, ServesItsResourcesBeforeTheReceiveThreadStarts) {
@@ -52,6 +52,18 @@ TEST_F(Connect, ServesNothingWhenItFails) {
     fake::coap().set_connect_result(-1);
     loop.pass();
     EXPECT_THAT(fake::journal().calls({Source::serve}), IsEmpty());
+}
+
+TEST_F(Connect, CountsAsFailedWithoutRoomForEachResource) {
+    fake::coap().refuse_resource(".sys/gateway/ntwk/wan");
+    loop.pass();
+    EXPECT_THAT(course(), ElementsAre(kConnectLine, "frame_coap_connect()", "frame_coap_close()",
+                                      "sleep_seconds(5)"));
+    EXPECT_EQ(g_quilan_status, 9);
+    EXPECT_THAT(fake::os().threads(), IsEmpty());
+    fake::coap().refuse_resource("");
+    loop.pass();
+    EXPECT_EQ(fake::os().threads().size(), 1u);
 }
 
 TEST_F(Connect, AllowsRequestsAtOnce) {

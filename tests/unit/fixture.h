@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "state/state.h"
+#include "support/case_name.h"
 #include "support/fake_coap.h"
 #include "support/fake_device.h"
 #include "support/fake_log.h"
@@ -45,9 +46,3 @@ inline fake::Microseconds after_seconds(double count) {
 std::vector<double> send_times();
 /** The paths of the requests that went out. */
 Texts sent_paths();
-
-/** An entry for the name of a parameterised test: letters, digits and _ only. */
-template <class Case>
-std::string case_name(const testing::TestParamInfo<Case>& information) {
-    return information.param.name;
-}

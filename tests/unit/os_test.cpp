@@ -9,12 +9,16 @@
 #include <fstream>
 #include <future>
 #include <pthread.h>
+#include <set>
 #include <string>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include "os/clock.h"
 #include "os/process.h"
+#include "os/random.h"
 #include "os/thread.h"
+#include "starvation/threads.h"
 
 namespace {
 
@@ -30,6 +34,37 @@ TEST(Clock, WallTimeIsThatOfTime) {
     const long after = time(nullptr);
     EXPECT_LE(before, told);
     EXPECT_LE(told, after);
+}
+
+TEST(Random, StaysWithinItsLimitAndReachesBothEnds) {
+    std::set<unsigned> seen;
+    for (int draw = 0; draw < 1000; ++draw)
+        seen.insert(vxq::random_up_to(3));
+    EXPECT_THAT(seen, testing::ElementsAre(0, 1, 2, 3));
+    EXPECT_EQ(vxq::random_up_to(0), 0u);
+}
+
+TEST(Random, DiffersEachTime) {
+    std::set<unsigned> seen;
+    for (int draw = 0; draw < 100; ++draw)
+        seen.insert(vxq::random_up_to(1'000'000'000));
+    EXPECT_GT(seen.size(), 90u);
+}
+
+// Where no descriptor is left there is still something to wait for.
+TEST(Random, DoesWithoutDescriptors) {
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit none{0, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    std::set<unsigned> seen;
+    for (int draw = 0; draw < 100; ++draw) {
+        const unsigned number = vxq::random_up_to(5000);
+        EXPECT_LE(number, 5000u);
+        seen.insert(number);
+    }
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+    EXPECT_GT(seen.size(), 10u);
 }
 
 struct ZoneCase {
@@ -114,19 +149,21 @@ void* report(void* argument) {
     return nullptr;
 }
 
-TEST(Thread, IsDetachedAndHasTheStackItWasGiven) {
-    constexpr std::size_t kStack = 512 * 1024;
+TEST(Thread, IsDetachedAndHasAStackOf512Kilobytes) {
     ThreadReport told;
-    ASSERT_TRUE(vxq::start_detached_thread(report, &told, kStack));
+    ASSERT_TRUE(vxq::start_detached_thread(report, &told));
     EXPECT_EQ(told.argument.get_future().get(), &told);
-    EXPECT_GE(told.stack_bytes, kStack);
+    EXPECT_GE(told.stack_bytes, 512u * 1024);
     EXPECT_EQ(told.detach_state, PTHREAD_CREATE_DETACHED);
 }
 
 TEST(Thread, ThatCannotBeCreatedIsNotStarted) {
+    using namespace starvation;
     ThreadReport told;
-    EXPECT_FALSE(vxq::start_detached_thread(report, &told, 1));
-    EXPECT_FALSE(vxq::start_detached_thread(report, &told, std::size_t{1} << 60));
+    set_threads(Threads::refused);
+    EXPECT_FALSE(vxq::start_detached_thread(report, &told));
+    EXPECT_EQ(refused_threads(), 1);
+    set_threads(Threads::real);
 }
 
 class ScratchFile {

@@ -221,7 +221,7 @@ TEST_P(Wait, PollsOnceASecondForUpToTenSeconds) {
 INSTANTIATE_TEST_SUITE_P(All, Wait, testing::ValuesIn(kWaits), case_name<WaitCase>);
 
 TEST_F(LoopTest, AJumpOfTheWallClockNeitherEndsNorProlongsAWait) {
-    for (const long wall : {0L, 4'000'000'000L}) {
+    for (const long wall : {0L, 2'000'000'000L}) {
         run_in(10);
         fake::coap().reset();
         fake::coap().open_session();

@@ -1,17 +1,14 @@
 // SPDX-License-Identifier: MIT
 // The whole channel: real threads, real sockets, a platform on loopback that shares no code with
 // the daemon, a clock that runs faster.
-#include <array>
 #include <atomic>
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <memory>
 #include <mutex>
+#include <optional>
 #include <thread>
 
-#include <cJSON.h>
 #include <gmock/gmock.h>
 #include <sys/socket.h>
 
@@ -19,75 +16,18 @@
 #include "support/fake_device.h"
 #include "support/fake_log.h"
 #include "support/journal.h"
+#include "support/running.h"
+#include "unit_net/kept_key.h"
 #include "unit_net/peer_codec.h"
-#include "unit_net/peer_key.h"
+#include "unit_net/platform_session.h"
 #include "unit_net/socket_pair.h"
 #include "vxquilan/frame_vxquilan_net.h"
 
 namespace {
 
-constexpr int kPort = 32'768;
-
-struct FreeJson {
-    void operator()(cJSON* tree) const { cJSON_Delete(tree); }
-};
-
-/** A text at a path of keys; empty when there is none. */
-std::string member(const std::string& text, std::initializer_list<const char*> path) {
-    const std::unique_ptr<cJSON, FreeJson> tree(cJSON_Parse(text.c_str()));
-    const cJSON* item = tree.get();
-    for (const char* const key : path)
-        item = cJSON_GetObjectItem(item, key);
-    return cJSON_IsString(item) != 0 ? item->valuestring : "";
-}
-
-/** The platform's end of one connection. */
-class Session {
-public:
-    explicit Session(peer::Descriptor connection) : connection_(std::move(connection)) {}
-
-    [[nodiscard]] int socket() const { return connection_.get(); }
-    void send_plain(const std::string& text) const { peer::write_all(socket(), peer::frame(text)); }
-    void send(const std::string& text) const {
-        peer::write_all(socket(), peer::encrypted_frame(key_, text));
-    }
-    /** The next message in plain; empty at the end of the connection. */
-    [[nodiscard]] std::string receive_plain() const {
-        const std::string frame = peer::read_frame(socket());
-        return frame.size() < 8 ? "" : frame.substr(8);
-    }
-    [[nodiscard]] std::string receive() const {
-        const std::string frame = peer::read_frame(socket());
-        return frame.size() < 8 ? "" : peer::text_of_frame(key_, frame);
-    }
-    /** The next message that isn't a heartbeat; those are acknowledged. */
-    [[nodiscard]] std::string receive_reply() const {
-        for (;;) {
-            std::string text = receive();
-            if (member(text, {"type"}) != "keepalive")
-                return text;
-            send(R"({"type":"ack","sequence":1})");
-        }
-    }
-
-    /** Agrees on the key and lets the gateway register. */
-    void open() {
-        EXPECT_EQ(member(receive_plain(), {"type"}), "keyngreq");
-        send_plain(R"({"type":"keyngack","sequence":1,"keymode":"dh"})");
-        const std::string offer = receive_plain();
-        EXPECT_EQ(member(offer, {"type"}), "dh");
-        const peer::KeyPeer keys(member(offer, {"data", "dh_p"}), member(offer, {"data", "dh_g"}),
-                                 member(offer, {"data", "dh_key"}));
-        key_ = keys.key();
-        send_plain(R"({"type":"dh","sequence":2,"data":{"dh_key":")" + keys.public_key() + "\"}}");
-        EXPECT_EQ(member(receive(), {"type"}), "dev_reg");
-        send(R"({"type":"ack","sequence":3})");
-    }
-
-private:
-    peer::Descriptor connection_;
-    std::string key_;
-};
+using peer::kPlatformPort;
+using peer::member;
+using peer::Session;
 
 /** The gateway with the channel's loop on a thread of its own, and a port for the platform. */
 class Channel : public testing::Test {
@@ -112,7 +52,7 @@ protected:
                               "port_device_encryptkey_set", "port_device_encryptkey_get",
                               "vx_device_wifi", "vx_device_wifi_get", "vx_device_wifitimer_get",
                               "vx_device_wpsswitch", "vx_device_upgrade"});
-        fake::device().on_call("port_device_encryptkey_set", [] { keep_key(); });
+        fake::device().on_call("port_device_encryptkey_set", keep_key);
     }
 
     ~Channel() override {
@@ -121,30 +61,8 @@ protected:
         fake::device().reset();
     }
 
-    /** The device library gives back the key that it was given. */
-    static void keep_key() {
-        std::array<unsigned char, 128> key{};
-        for (const fake::Entry& entry : fake::journal().entries()) {
-            if (entry.call == "port_device_encryptkey_set(key)")
-                std::memcpy(key.data(), entry.record.data(), key.size());
-        }
-        fake::device().set_record("port_device_encryptkey_get", key);
-    }
-
-    void start() {
-        running_ = true;
-        loop_thread_ = std::thread([this] {
-            vxq::NetLoop loop;
-            loop.start();
-            while (running_)
-                loop.pass();
-        });
-    }
-    void stop() {
-        running_ = false;
-        if (loop_thread_.joinable())
-            loop_thread_.join();
-    }
+    void start() { loop_.emplace(); }
+    void stop() { loop_.reset(); }
     Session accept() { return Session(peer::accept_on(listener)); }
     Session opened() {
         Session session = accept();
@@ -153,11 +71,10 @@ protected:
     }
 
     const std::string address = peer::own_loopback_address();
-    peer::Descriptor listener = peer::listen_on(address, kPort);
+    peer::Descriptor listener = peer::listen_on(address, kPlatformPort);
 
 private:
-    std::atomic<bool> running_{false};
-    std::thread loop_thread_;
+    std::optional<Running<vxq::NetLoop>> loop_;
 };
 
 std::size_t threads() {

@@ -93,11 +93,27 @@ std::string encrypted_frame(const std::string& key, const std::string& text) {
 }
 
 std::string text_of_frame(const std::string& key, const std::string& frame_bytes) {
-    const std::string body = frame_bytes.size() < 8 ? "" : frame_bytes.substr(8);
-    if (frame_bytes.size() < 8 || frame(body) != frame_bytes)
+    const bool has_header = frame_bytes.size() >= kFrameHeader;
+    const std::string body = has_header ? frame_bytes.substr(kFrameHeader) : "";
+    if (!has_header || frame(body) != frame_bytes)
         throw std::runtime_error("no whole frame");
     const std::string plain = decrypt(key, FRAME_IV_FILL, body);
     return plain.substr(0, plain.find('\0'));
+}
+
+std::size_t body_size(const std::string& frame_bytes) {
+    std::size_t size = 0;
+    for (std::size_t index = 4; index < kFrameHeader; ++index)
+        size = size << 8 | static_cast<unsigned char>(frame_bytes.at(index));
+    return size;
+}
+
+std::string take_frame(std::string& stream) {
+    if (stream.size() < kFrameHeader || stream.size() < kFrameHeader + body_size(stream))
+        return "";
+    const std::string taken = stream.substr(0, kFrameHeader + body_size(stream));
+    stream.erase(0, taken.size());
+    return taken;
 }
 
 } // namespace peer

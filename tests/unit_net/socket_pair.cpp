@@ -11,12 +11,13 @@
 #include <system_error>
 #include <unistd.h>
 
+#include "unit_net/peer_codec.h"
+
 namespace peer {
 
 namespace {
 
 constexpr int kPatienceMilliseconds = 10'000;
-constexpr std::size_t kHeader = 8;
 
 [[noreturn]] void fail(const char* what) {
     throw std::system_error(errno, std::generic_category(), what);
@@ -86,13 +87,8 @@ std::string read_exactly(int socket, std::size_t size) {
 }
 
 std::string read_frame(int socket) {
-    std::string bytes = read_exactly(socket, kHeader);
-    if (bytes.size() < kHeader)
-        return bytes;
-    std::size_t length = 0;
-    for (std::size_t index = 4; index < kHeader; ++index)
-        length = length << 8 | static_cast<unsigned char>(bytes[index]);
-    return bytes + read_exactly(socket, length);
+    const std::string header = read_exactly(socket, kFrameHeader);
+    return header.size() < kFrameHeader ? header : header + read_exactly(socket, body_size(header));
 }
 
 std::string read_available(int socket) {

@@ -105,7 +105,6 @@ TEST_F(Upgrade, IsAcknowledgedAndRunsOnItsOwnThread) {
                 ElementsAre("frame_socket_send_tcp(9, 1)", "start_detached_thread(?)"));
     EXPECT_THAT(sent_texts(), ElementsAre(ack_text(8)));
     ASSERT_EQ(fake::os().threads().size(), 1U);
-    EXPECT_EQ(fake::os().threads()[0].stack_bytes, vxq::kThreadStack);
     run(fake::os().threads()[0]);
     EXPECT_EQ(device_calls(), Lines{"vx_device_upgrade(record)"});
     const std::vector<unsigned char> given = last_record("vx_device_upgrade");

@@ -138,9 +138,12 @@ TEST_F(BodiesTest, AMegabyte) {
 }
 
 TEST_F(BodiesTest, NamesWithEscapedNuls) {
-    // The text ends at the NUL that the escape stands for; cJSON refuses it altogether.
-    const std::string text = R"({"data": {"config2g": {"ID": "a\u0000b"}}})";
-    EXPECT_EQ(parse(app_sys_gateway_ntwk_guest_network_parse, {text.data(), text.size()}), -1);
+    nlohmann::json body = model("QosHost").body;
+    body["data"]["HostName"] = std::string("a\0b", 3);
+    ASSERT_NE(body.dump().find("a\\u0000b"), std::string::npos);
+    // The text ends at the NUL that the escape stands for.
+    RecordBytes record = model("QosHost").record;
+    expect_applied(model("QosHost"), body, record.clear(108, 64).text(108, "a"));
 }
 
 TEST_F(BodiesTest, SurrogatePairsBecomeUtf8) {

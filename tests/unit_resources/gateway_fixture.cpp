@@ -38,16 +38,6 @@ std::string expected(const std::string& file, int index) {
     return text;
 }
 
-Request::Request(const std::optional<std::string>& body)
-    : pdu_(coap_pdu_init(COAP_MESSAGE_CON, COAP_REQUEST_CODE_POST, 7,
-                         64 + (body ? body->size() : 0))) {
-    if (!pdu_)
-        throw std::bad_alloc();
-    if (body && coap_add_data(pdu_.get(), body->size(),
-                              reinterpret_cast<const std::uint8_t*>(body->data())) == 0)
-        throw std::bad_alloc();
-}
-
 void GatewayTest::SetUp() {
     fake::os().reset();
     fake::coap().reset();

@@ -3,7 +3,6 @@
 
 #include <array>
 #include <cstring>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -11,6 +10,7 @@
 #include <coap3/coap.h>
 #include <gtest/gtest.h>
 
+#include "support/coap_message.h"
 #include "support/fake_device.h"
 #include "support/record_bytes.h"
 
@@ -22,16 +22,10 @@ std::string failure(int code, const std::string& path);
 std::string expected(const std::string& file, int index = 0);
 
 /** A request of the platform, with or without a payload. */
-class Request {
+class Request : public CoapMessage {
 public:
-    explicit Request(const std::optional<std::string>& body);
-    [[nodiscard]] const coap_pdu_t* pdu() const { return pdu_.get(); }
-
-private:
-    struct Delete {
-        void operator()(coap_pdu_t* pdu) const { coap_delete_pdu(pdu); }
-    };
-    std::unique_ptr<coap_pdu_t, Delete> pdu_;
+    explicit Request(const std::optional<std::string>& body)
+        : CoapMessage(COAP_REQUEST_CODE_POST, body) {}
 };
 
 /** A gateway with a running session and nothing else. */

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+
+#include "text/text.h"
+
+/**
+ * @file
+ * Messages in the log. They are logged whole, or, in a build with VXQUILAN_LOG_REDACT, with their
+ * secrets masked; this header has one implementation for each.
+ */
+namespace vxq {
+
+/** The text of a message as the log may have it. Refers to the text that it is made of. */
+class LogText {
+public:
+    /** @param text  NUL-terminated, not null */
+    explicit LogText(const char* text);
+    /** The first `length` bytes at `text`; what follows a NUL among them is not logged. */
+    LogText(const char* text, std::size_t length);
+
+    /** For "%.*s", with length(); also for "%s" when the text was NUL-terminated. */
+    const char* text() const { return text_; }
+    int length() const { return length_; }
+
+private:
+    OwnedText masked_; ///< null where the text itself is logged
+    const char* text_;
+    int length_;
+};
+
+/** False when what tells a key must not be shown by other means than LogText, either. */
+bool log_shows_secrets();
+
+} // namespace vxq

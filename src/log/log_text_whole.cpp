@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+#include "log/log_text.h"
+
+#include <cstring>
+
+namespace vxq {
+
+LogText::LogText(const char* text) : LogText(text, std::strlen(text)) {}
+
+LogText::LogText(const char* text, std::size_t length)
+    : text_(text), length_(static_cast<int>(length)) {}
+
+bool log_shows_secrets() {
+    return true;
+}
+
+} // namespace vxq

@@ -1,0 +1,4 @@
+// SPDX-License-Identifier: MIT
+#include "strict/strictness.h"
+
+const bool kStrict = true;
