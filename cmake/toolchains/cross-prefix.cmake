@@ -1,0 +1,15 @@
+# SPDX-License-Identifier: MIT
+# For toolchain files: libraries and headers are looked for in VXQUILAN_CROSS_PREFIX and in nothing
+# of this machine, programs on this machine.
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES VXQUILAN_CROSS_PREFIX)
+if(NOT IS_DIRECTORY "${VXQUILAN_CROSS_PREFIX}")
+    message(FATAL_ERROR "VXQUILAN_CROSS_PREFIX: '${VXQUILAN_CROSS_PREFIX}' is no folder; "
+        "scripts/cross-dependencies makes it")
+endif()
+set(CMAKE_FIND_ROOT_PATH ${VXQUILAN_CROSS_PREFIX})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(CMAKE_PREFIX_PATH /)
+set(ENV{PKG_CONFIG_LIBDIR} ${VXQUILAN_CROSS_PREFIX}/lib/pkgconfig)
