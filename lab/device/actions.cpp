@@ -8,6 +8,7 @@
 #include "records.h"
 
 #include <chrono>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <thread>
@@ -21,6 +22,19 @@ void reboot(Json& state) {
     state[Pointer("/boot/count")] = number;
     state[Pointer("/boot/time")] = static_cast<int>(std::time(nullptr));
     complain("rebooted, start number " + std::to_string(number));
+}
+
+/// Where the gateway is more than a file, a reboot is one. The new state is stored by now.
+void carry_out_reboot() {
+    const char* command = std::getenv("VX_DEVICE_REBOOT");
+    if (command == nullptr || *command == '\0') {
+        return;
+    }
+    const int status = std::system(command);
+    if (status != 0) {
+        complain("VX_DEVICE_REBOOT: " + std::string(command) + ": status " +
+                 std::to_string(status));
+    }
 }
 
 void forget_binding(Json& state) {
@@ -41,7 +55,8 @@ std::string version_in(const std::string& address) {
     return digits_follow ? name : name.substr(0, ending);
 }
 
-int install(Json& state, const std::string& address, bool with_reboot) {
+/// Whether the gateway reboots upon it.
+bool install(Json& state, const std::string& address, bool with_reboot) {
     const std::string version = version_in(address);
     Json& upgrade = state["upgrade"];
     upgrade["url"] = address;
@@ -49,7 +64,7 @@ int install(Json& state, const std::string& address, bool with_reboot) {
     upgrade["reboot"] = with_reboot;
     if (version.empty()) {
         upgrade["status"] = "failed: no image at this address";
-        return kDone; // the failure is what there is to keep
+        return false;
     }
     upgrade["status"] = "installed";
     state["device_information"]["software_version"] = version;
@@ -57,7 +72,7 @@ int install(Json& state, const std::string& address, bool with_reboot) {
     if (with_reboot) {
         reboot(state);
     }
-    return kDone;
+    return with_reboot;
 }
 
 std::chrono::milliseconds upgrade_duration() {
@@ -94,10 +109,14 @@ int vx_device_deldevice(void) {
 }
 
 int vx_device_reboot(void) {
-    return act(__func__, Json::object(), [](Json& state) {
+    const int result = act(__func__, Json::object(), [](Json& state) {
         reboot(state);
         return kDone;
     });
+    if (result == kDone) {
+        carry_out_reboot();
+    }
+    return result;
 }
 
 int vx_device_restoredefcfg(void) {
@@ -120,7 +139,13 @@ void* vx_device_upgrade(void* upgrade) {
     std::memcpy(&copy, upgrade, sizeof copy);
     const std::string address = get_text(copy.downurl, sizeof copy.downurl);
     std::this_thread::sleep_for(upgrade_duration());
-    act(__func__, describe(layout::upgrade, &copy),
-        [&](Json& state) { return install(state, address, copy.isreboot != 0); });
+    bool reboots = false;
+    const int result = act(__func__, describe(layout::upgrade, &copy), [&](Json& state) {
+        reboots = install(state, address, copy.isreboot != 0);
+        return kDone; // a failure is something to keep, too
+    });
+    if (result == kDone && reboots) {
+        carry_out_reboot();
+    }
     return nullptr;
 }

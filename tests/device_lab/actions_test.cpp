@@ -3,6 +3,8 @@
 
 #include "support.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <limits>
 #include <vxquilan/device.h>
@@ -77,6 +79,58 @@ TEST_F(Actions, RebootCountsRecordsAndTells) {
     vx_device_information information{};
     EXPECT_EQ(vx_device_info(&information), 0);
     EXPECT_LE(information.up_time, static_cast<int>(std::time(nullptr)) - before);
+}
+
+/// A command for reboots: it notes the number of reboots that the state file tells of by then.
+class RebootCommand {
+public:
+    explicit RebootCommand(const std::string& tail = "") {
+        const std::string command =
+            "sed -n '/\"boot\"/,/}/s/[^0-9]*\"count\": //p' \"$VX_DEVICE_STATE\" >>" + notes_ +
+            tail;
+        setenv("VX_DEVICE_REBOOT", command.c_str(), 1);
+    }
+    RebootCommand(const RebootCommand&) = delete;
+    RebootCommand& operator=(const RebootCommand&) = delete;
+    ~RebootCommand() {
+        unsetenv("VX_DEVICE_REBOOT");
+        std::remove(notes_.c_str());
+    }
+    std::string notes() const { return lab::read_file(notes_); }
+
+private:
+    std::string notes_ = lab::folder() + "/reboots";
+};
+
+TEST_F(Actions, RebootIsCarriedOutOnceItIsStored) {
+    const RebootCommand command;
+    lab::errors_of([] { EXPECT_EQ(vx_device_reboot(), 0); });
+    EXPECT_EQ(command.notes(), "1,\n");
+    lab::edit([](Json& state) { state["faults"] = {{"vx_device_reboot", 5}}; });
+    EXPECT_EQ(vx_device_reboot(), 5);
+    EXPECT_EQ(command.notes(), "1,\n");
+}
+
+TEST_F(Actions, UpgradeIsRebootedIntoWhenItWasInstalled) {
+    lab::edit([](Json& state) { state["upgrade"] = {{"duration_ms", 1}}; });
+    const RebootCommand command;
+    const auto upgrade = [](const char* address, int reboot) {
+        vx_upgrade record{};
+        std::strcpy(record.downurl, address);
+        record.isreboot = reboot;
+        lab::errors_of([&] { vx_device_upgrade(&record); });
+    };
+    upgrade("http://update.example/2.9.bin", 1);
+    upgrade("http://update.example/3.0.bin", 0);
+    upgrade("http://update.example/", 1);
+    EXPECT_EQ(command.notes(), "1,\n");
+}
+
+TEST_F(Actions, RebootThatIsNotCarriedOutIsTold) {
+    const RebootCommand command("; exit 3");
+    const std::string errors = lab::errors_of([] { EXPECT_EQ(vx_device_reboot(), 0); });
+    EXPECT_NE(errors.find("vxdevice: VX_DEVICE_REBOOT: "), std::string::npos) << errors;
+    EXPECT_NE(errors.find("; exit 3: status 768\n"), std::string::npos) << errors;
 }
 
 TEST_F(Actions, DeletionForgetsTheBindingOnly) {
