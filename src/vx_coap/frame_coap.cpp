@@ -30,7 +30,7 @@ namespace {
 
 constexpr int kTypeTls = 1;
 constexpr int kHighestWithoutMessages = 6; // of libcoap's log levels
-constexpr int kProcessingMilliseconds = 3000;
+constexpr int kProcessingSeconds = 3;
 constexpr unsigned kPauseMicroseconds = 100;
 // Without a descriptor to wait on, libcoap can only be asked again and again.
 constexpr int kPollingMilliseconds = 10;
@@ -191,8 +191,8 @@ bool prepare_wait(int& descriptor, int& milliseconds) {
     coap_tick_t now;
     coap_ticks(&now);
     const unsigned next = coap_io_prepare_epoll(g_coap_ctx, now);
-    const bool sooner = next != 0 && next < unsigned{kProcessingMilliseconds};
-    milliseconds = sooner ? static_cast<int>(next) : kProcessingMilliseconds;
+    const bool sooner = next != 0 && next < unsigned{kProcessingSeconds} * 1000;
+    milliseconds = static_cast<int>(sooner ? next : kProcessingSeconds * 1000);
     return true;
 }
 
@@ -202,14 +202,24 @@ void process_input() {
         coap_io_process(g_coap_ctx, COAP_IO_NO_WAIT);
 }
 
-/** One round of the receive loop: wait outside the lock, process under it. */
-void receive() {
+/**
+ * Has libcoap process what comes, three seconds at most: waits outside the lock, processes under
+ * it. While something comes there is no pause, since a platform that waits for each answer would
+ * wait for all of them.
+ */
+void process() {
     int descriptor;
     int milliseconds;
     if (!prepare_wait(descriptor, milliseconds))
         return;
-    s_wake_pipe.wait(descriptor, milliseconds);
-    process_input();
+    const long end = steady_seconds() + kProcessingSeconds;
+    bool input;
+    do {
+        input = s_wake_pipe.wait(descriptor, milliseconds);
+        process_input();
+        // The timers, which the descriptor tells of, have been set by libcoap behind its work.
+        milliseconds = static_cast<int>(end - steady_seconds()) * 1000;
+    } while (input && milliseconds > 0 && g_run_flag != 0);
 }
 
 } // namespace
@@ -290,7 +300,7 @@ void* frame_coap_recv(void*) {
         g_coap_recv_thread = 1;
     }
     while (g_run_flag != 0) {
-        receive();
+        process();
         sleep_microseconds(kPauseMicroseconds);
     }
     g_coap_recv_thread = 0;

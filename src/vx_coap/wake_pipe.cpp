@@ -37,10 +37,16 @@ void WakePipe::wake() const {
     [[maybe_unused]] const ssize_t written = write(write_end_, "", 1);
 }
 
-void WakePipe::wait(int descriptor, int milliseconds) const {
+bool WakePipe::wait(int descriptor, int milliseconds) const {
     pollfd watched[] = {{read_end_, POLLIN, 0}, {descriptor, POLLIN, 0}};
-    if (poll(watched, 2, milliseconds) <= 0 || (watched[0].revents & POLLIN) == 0)
-        return;
+    if (poll(watched, 2, milliseconds) <= 0)
+        return false;
+    if ((watched[0].revents & POLLIN) != 0)
+        drain();
+    return watched[1].revents != 0;
+}
+
+void WakePipe::drain() const {
     char drained[16];
     while (read(read_end_, drained, sizeof drained) > 0) {
     }

@@ -14,10 +14,13 @@ public:
     /**
      * Waits until `descriptor` has input, wake() is called or the time is over.
      * @param descriptor  -1 to wait for the other two only
+     * @return whether `descriptor` has input, or cannot be waited for any more
      */
-    void wait(int descriptor, int milliseconds) const;
+    bool wait(int descriptor, int milliseconds) const;
 
 private:
+    void drain() const;
+
     int read_end_ = -1;
     int write_end_ = -1;
 };

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include <atomic>
 #include <cerrno>
+#include <ctime>
 #include <thread>
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -13,6 +15,21 @@
 #include "vx_coap/frame_coap.h"
 
 /** @file The receive thread: its flags, and how each way of closing ends it. */
+namespace {
+
+std::atomic<int> s_pauses{0};
+
+} // namespace
+
+// Only the receive thread pauses for 100 microseconds.
+extern "C" int nanosleep(const timespec* time, timespec* rest) {
+    static const auto call =
+        reinterpret_cast<int (*)(const timespec*, timespec*)>(dlsym(RTLD_NEXT, "nanosleep"));
+    if (time->tv_sec == 0 && time->tv_nsec == 100000)
+        ++s_pauses;
+    return call(time, rest);
+}
+
 namespace transport {
 
 namespace {
@@ -220,6 +237,25 @@ TEST_F(ReceiveThreadTest, AReplyThatComesAtOnceIsNotLost) {
     }
     answering.join();
     EXPECT_EQ(wrong, 0);
+}
+
+TEST_F(ReceiveThreadTest, APlatformThatWaitsForEachAnswerWaitsForNoPause) {
+    Connection platform = establish(listener_);
+    s_pauses = 0;
+    const auto took = duration_of([&] {
+        for (int index = 0; index < 200; ++index) {
+            platform.send(request(kPost, kAnyResource));
+            EXPECT_EQ(platform.next_exchange().code, kContent);
+        }
+    });
+    // One every three seconds, or two as the seconds begin.
+    EXPECT_LE(s_pauses, 1 + took / milliseconds(2000));
+}
+
+TEST_F(ReceiveThreadTest, AnIdleReceiveThreadPauses) {
+    Connection platform = establish(listener_);
+    s_pauses = 0;
+    EXPECT_TRUE(wait_until([] { return s_pauses != 0; }));
 }
 
 TEST_F(ReceiveThreadTest, APlatformThatNeverSendsItsCsmIsGivenUp) {
