@@ -3,6 +3,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <malloc.h>
 #include <signal.h>
 
 namespace vxq {
@@ -25,6 +26,12 @@ void survive_broken_pipes() {
     action.sa_flags = SA_RESTART;
     sigemptyset(&action.sa_mask);
     sigaction(SIGPIPE, &action, nullptr);
+}
+
+void share_one_heap() {
+#ifdef M_ARENA_MAX // glibc's; the others have one heap anyway
+    mallopt(M_ARENA_MAX, 1);
+#endif
 }
 
 } // namespace vxq

@@ -12,4 +12,11 @@ void run_command(const char* command_line);
  */
 void survive_broken_pipes();
 
+/**
+ * Has all threads share one heap, where the C library would give each its own: the daemon's threads
+ * hardly ever allocate at once, and a gateway is short of memory. To be called before there are
+ * threads.
+ */
+void share_one_heap();
+
 } // namespace vxq

@@ -5,9 +5,11 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <future>
+#include <malloc.h>
 #include <pthread.h>
 #include <set>
 #include <string>
@@ -203,6 +205,30 @@ TEST(Process, ABrokenPipeIsAnErrorAndNoLongerTheEnd) {
     EXPECT_EQ(errno, EPIPE);
     close(ends[1]);
 }
+
+#ifdef M_ARENA_MAX
+/** How many heaps the C library has made. */
+std::size_t heaps() {
+    char* text = nullptr;
+    std::size_t size = 0;
+    FILE* const stream = open_memstream(&text, &size);
+    malloc_info(0, stream);
+    std::fclose(stream);
+    const std::string report(text, size);
+    std::free(text);
+    std::size_t count = 0;
+    for (std::size_t at = 0; (at = report.find("<heap ", at)) != std::string::npos; ++at)
+        ++count;
+    return count;
+}
+
+TEST(Process, ThreadsShareOneHeap) {
+    vxq::share_one_heap();
+    const std::size_t before = heaps();
+    std::free(std::async(std::launch::async, [] { return std::malloc(1000); }).get());
+    EXPECT_EQ(heaps(), before);
+}
+#endif
 
 TEST(Process, StartedProgramsStillEndByABrokenPipe) {
     vxq::survive_broken_pipes();
