@@ -73,19 +73,11 @@ public:
         }
     }
 
-    /**
-     * Acknowledges at once from now on, or when the system sees fit. A peer's second small answer
-     * waits for that, 40 ms, where no further request brings it along.
-     */
-    void acknowledge_at_once(bool at_once) { at_once_ = at_once; }
-
     /** Makes sure that so many bytes are there. */
     void need(std::size_t size) {
         while (buffer_.size() - start_ < size) {
             char chunk[65536];
-            const int on = 1; // good for the next acknowledgements only
-            if (at_once_)
-                setsockopt(socket_, IPPROTO_TCP, TCP_QUICKACK, &on, sizeof on);
+            acknowledge_at_once();
             const ssize_t count = tls_ != nullptr ? SSL_read(tls_, chunk, sizeof chunk)
                                                   : recv(socket_, chunk, sizeof chunk, 0);
             if (count <= 0)
@@ -107,11 +99,19 @@ public:
     }
 
 private:
+    /**
+     * A peer's second piece, of a long answer over TLS or of one more answer, waits for the
+     * acknowledgement of the first: 40 ms when the system sees fit.
+     */
+    void acknowledge_at_once() const {
+        const int on = 1; // good for the next acknowledgements only
+        setsockopt(socket_, IPPROTO_TCP, TCP_QUICKACK, &on, sizeof on);
+    }
+
     int socket_;
     SSL* tls_;
     std::string buffer_;
     std::size_t start_ = 0;
-    bool at_once_ = false;
 };
 
 /** A message as it lies in the stream's buffer; valid until the next read. */
@@ -206,7 +206,6 @@ public:
         const std::string request = make_request(code, path, body);
         std::vector<double> times(count); // when sent, until the answer is there
         std::size_t sent = 0;
-        stream_.acknowledge_at_once(flight > 1);
         const double start = now();
         double answered = start;
         for (std::size_t index = 0; index < count; ++index) {

@@ -53,9 +53,27 @@ int keep(char (&place)[Size], const char* text) {
 #define NUMBERED(member, format, number)                                                           \
     std::snprintf(record.member, sizeof record.member, format, number)
 
-struct Records {
+/** What a daemon asks for by itself. */
+struct Identity {
     Credentials credentials;
     vx_station_list stations{};
+
+    Identity() {
+        stations.count = 16;
+        for (int index = 0; index < stations.count; ++index)
+            fill_station(stations.entries[index], index);
+    }
+
+    static void fill_station(vx_station& record, int index) {
+        NUMBERED(mac, "02:5E:10:00:01:%02X", index);
+        NUMBERED(name, "station-%d", index);
+        TEXT(time, "2024-03-01 07:45:12");
+        record.type = 1 + index % 3;
+    }
+};
+
+/** What it only asks for when the platform does. */
+struct Records {
     vx_wan_diagnosis diagnosis{};
     vx_device_information information{};
     vx_lan_host lan{};
@@ -68,9 +86,6 @@ struct Records {
     wifitimer_cfg timers{};
 
     Records() {
-        for (int index = 0; index < VX_STATION_CAPACITY; ++index)
-            fill_station(stations.entries[index], index);
-        stations.count = 16;
         fill_diagnosis(diagnosis);
         fill_information(information);
         fill_lan(lan);
@@ -88,13 +103,6 @@ struct Records {
         for (int index = 0; index < guests.count; ++index)
             fill_guest(guests.entries[index], index);
         fill_wifi();
-    }
-
-    static void fill_station(vx_station& record, int index) {
-        NUMBERED(mac, "02:5E:10:00:01:%02X", index);
-        NUMBERED(name, "station-%d", index);
-        TEXT(time, "2024-03-01 07:45:12");
-        record.type = 1 + index % 3;
     }
 
     static void fill_host(vx_host& record, int index) {
@@ -281,12 +289,18 @@ struct Records {
 };
 
 // The daemon asks from several threads, but nothing here changes while it is measured.
-Records& memory() {
-    static Records records;
-    return records;
+Identity& memory() {
+    static Identity identity;
+    return identity;
 }
 
-// Made when it is first asked for: its 140 KB are not the daemon's memory.
+// These are made when they are first asked for: they are not the daemon's memory. Each daemon asks
+// from one thread only.
+const Records& records() {
+    static const Records made;
+    return made;
+}
+
 const vx_host* hosts() {
     static vx_host entries[VX_HOST_CAPACITY];
     if (entries[0].active == 0) {
@@ -328,7 +342,7 @@ bench::GatewaySize* bench_gateway_size() {
     }
 #define RECORD(name, type, member)                                                                 \
     int name(type* record) {                                                                       \
-        return give(record, memory().member);                                                      \
+        return give(record, records().member);                                                     \
     }
 #define ACCEPT(name, argument)                                                                     \
     int name(argument) {                                                                           \
@@ -374,7 +388,9 @@ int port_device_app_ip(char* host, int* port) {
     *port = configured;
     return 0;
 }
-RECORD(vx_device_stainfo_get, vx_station_list, stations)
+int vx_device_stainfo_get(vx_station_list* record) {
+    return give(record, memory().stations);
+}
 int vx_device_stainfo_byget(vx_station_list* record, int) {
     return vx_device_stainfo_get(record);
 }
@@ -400,7 +416,7 @@ RECORD(vx_device_guest_network_get, vx_guest_network, guests)
 ACCEPT(vx_device_guest_check, const vx_guest_network*)
 ACCEPT(vx_device_guest_network_set, const vx_guest_network*)
 int vx_device_wlanfilterenhance_get(vx_mac_filter* record) {
-    *record = memory().filter;
+    *record = records().filter;
     for (vx_mac_filter_band& band : record->entries)
         band.filter_count = size().filters;
     return 0;
@@ -436,7 +452,7 @@ ACCEPT(vx_device_wifi, const wifi_cfg*)
 RECORD(vx_device_wifi_get, wifi_cfg, wifi)
 ACCEPT(vx_device_wifitimer, const wifitimer_cfg*)
 int vx_device_wifitimer_get(wifitimer_cfg* record, const status_req*) {
-    return give(record, memory().timers);
+    return give(record, records().timers);
 }
 ACCEPT(vx_device_wpsswitch, int)
 void* vx_device_upgrade(void* order) {
