@@ -1,29 +1,29 @@
 # SPDX-License-Identifier: MIT
-"""Compares the documents' instruction counts with the committed baseline.
+"""Compares the instruction counts of documents and requests with the committed baseline.
 
 A library of another point release must neither fail nor hide anything, so three figures of each
-document are compared, none of which depends on how a library does its work:
+are compared, none of which depends on how a library does its work:
 
   own          instructions in the daemon's own code
   allocations  calls of malloc, calloc and realloc
   ratio        all instructions, the libraries' included, over those of plain cJSON calls that make
-               the same text with the same libraries
+               the same text with the same libraries; of a request, over the bare client's
 """
 import argparse
 import json
 import sys
 
-from counts import count_documents
+from counts import count_documents, count_requests
 
 TOLERANCE = 1.05
 
 
-def figures(program):
+def figures(build):
     rows = {}
-    for name, sides in count_documents(program).items():
+    for name, sides in {**count_documents(build), **count_requests(build)}.items():
         ours, plain = sides["ours"], sides["plain"]
-        rows[name] = {"own": ours.of_object("bench_count"), "allocations": ours.allocations,
-                      "ratio": round(ours.total / plain.total, 4)}
+        rows[name] = {"own": round(ours.own), "allocations": round(ours.allocations),
+                      "ratio": round(ours.instructions / plain.instructions, 4)}
     return dict(sorted(rows.items()))
 
 
@@ -42,11 +42,11 @@ def complaints(rows, baseline):
 
 def main():
     parser = argparse.ArgumentParser()
-    parser.add_argument("program")
+    parser.add_argument("build")
     parser.add_argument("baseline")
     parser.add_argument("--update", action="store_true", help="write the baseline anew")
     arguments = parser.parse_args()
-    rows = figures(arguments.program)
+    rows = figures(arguments.build)
     if arguments.update:
         with open(arguments.baseline, "w") as file:
             json.dump(rows, file, indent=1)
@@ -58,7 +58,7 @@ def main():
         print(f"check-instructions: {line}", file=sys.stderr)
     if found:
         sys.exit(1)
-    print(f"instruction counts: {len(rows)} documents within {TOLERANCE - 1:.0%} of the baseline")
+    print(f"instruction counts: {len(rows)} rows within {TOLERANCE - 1:.0%} of the baseline")
 
 
 if __name__ == "__main__":

@@ -15,7 +15,7 @@ import time
 
 import pictures
 import process
-from counts import TURNS, count_documents
+from counts import count_documents, count_requests
 from load import Load
 
 PAIRS = 7
@@ -211,12 +211,15 @@ class Bench:
     # ---- documents
 
     def documents(self):
-        counted = count_documents(self.path("bench/bench_count"))
+        counted = count_documents(self.build)
         for name, sides in counted.items():
-            self.table.at_most(f"{name}: instructions", sides["ours"].total / TURNS,
-                               sides["plain"].total / TURNS, 1.0)
-            self.table.add(f"{name}: allocations", sides["ours"].allocations / TURNS,
-                           sides["plain"].allocations / TURNS)
+            ours, plain = sides["ours"], sides["plain"]
+            self.table.at_most(f"{name}: instructions", ours.instructions, plain.instructions, 1.0)
+            self.table.add(f"{name}: allocations", ours.allocations, plain.allocations)
+        for name, sides in count_requests(self.build).items():
+            for figure in ("instructions", "allocations"):
+                self.table.add(f"{name}: {figure}", getattr(sides["ours"], figure),
+                               getattr(sides["plain"], figure))
         self.growth(counted)
         pictures.draw(counted, self.times(), self.out)
 
@@ -232,9 +235,9 @@ class Bench:
 
     def growth(self, counted):
         for prefix in ("HostInfo-", "wlanfilterenhance-", "wlanfilterenhance body-"):
-            for what, of in (("instructions", lambda p: p.total / TURNS),
-                             ("allocations", lambda p: p.allocations / TURNS)):
-                value = {n: of(counted[f"{prefix}{n}"]["ours"]) for n in (0, 16, 32, 48, 64)}
+            for what in ("instructions", "allocations"):
+                value = {n: getattr(counted[f"{prefix}{n}"]["ours"], what)
+                         for n in (0, 16, 32, 48, 64)}
                 steps = [(value[n] - value[n - 16]) / 16 for n in (16, 32, 48, 64)]
                 spread = max(steps) / min(steps) - 1
                 self.table.add(f"{prefix}0 to 64: spread of {what} per entry", spread * 100,

@@ -4,8 +4,6 @@ import os
 
 import matplotlib
 
-from counts import TURNS
-
 matplotlib.use("Agg")
 import matplotlib.pyplot as plot
 
@@ -23,7 +21,7 @@ def draw(counted, times, folder):
         figure, (left, right) = plot.subplots(1, 2, figsize=(9, 3.2))
         names = [f"{prefix}{size}{suffix}" for size in sizes]
         for side, text in (("plain", "plain cJSON"), ("ours", "ours")):
-            instructions = [counted[n][side].total / TURNS for n in names]
+            instructions = [counted[n][side].instructions for n in names]
             left.plot(sizes, [count / 1e6 for count in instructions], "o-", label=text)
             right.plot(sizes, [times[f"{n}/{side}"] for n in names], "o-", label=text)
         for axes, quantity in ((left, "million instructions"), (right, "µs")):
