@@ -255,6 +255,17 @@ class Bench:
                                 *of_pairs([pair["ours"] for pair in own],
                                           [pair["reference"] for pair in own]), 0.9, unit="1/s")
 
+        self.status_queries()
+
+    def status_queries(self):
+        with one_processor():
+            output = subprocess.run([self.path("bench/bench_status")], capture_output=True,
+                                    text=True, check=True).stdout
+        turns = [json.loads(line) for line in output.splitlines()]
+        self.table.add("status queries, asked and answered",
+                       statistics.median(turn["requests"] / turn["seconds"] for turn in turns),
+                       unit="1/s")
+
     # ---- footprint, idle cost, start
 
     def footprint(self):
