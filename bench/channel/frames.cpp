@@ -6,14 +6,13 @@
 #define OPENSSL_SUPPRESS_DEPRECATED
 
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <openssl/aes.h>
 #include <poll.h>
 #include <string>
 #include <sys/socket.h>
 
+#include "channel/program.h"
 #include "vx_socket/frame_socket.h"
 #include <vxquilan/device.h>
 
@@ -27,15 +26,12 @@ struct Sockets {
 };
 
 [[noreturn]] void fail(const char* what) {
-    std::fprintf(stderr, "bench_frames: %s\n", what);
-    std::exit(1);
+    bench::fail("bench_frames", what);
 }
 
 /** The time that this one thread was at work: other programs on the machine do not count. */
 double now() {
-    timespec time{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+    return bench::seconds_of(CLOCK_PROCESS_CPUTIME_ID);
 }
 
 void exchange_ours(const Sockets& sockets, const std::string& text) {

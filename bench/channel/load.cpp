@@ -19,8 +19,6 @@
 #include <arpa/inet.h>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
-#include <ctime>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -35,6 +33,7 @@
 #include <vector>
 
 #include "certificate.h"
+#include "channel/program.h"
 
 namespace {
 
@@ -47,14 +46,11 @@ constexpr char kReply[] = R"({"errcode":0,"devId":"0f6b3c52-bench","secret":"5d4
                           R"("refreshToken":"9e107d9d372bb6826bd81d3542a419d6","timeOut":86400})";
 
 [[noreturn]] void fail(const std::string& what) {
-    std::cerr << "bench_load: " << what << '\n';
-    std::exit(1);
+    bench::fail("bench_load", what);
 }
 
 double now() {
-    timespec time{};
-    clock_gettime(CLOCK_MONOTONIC, &time);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+    return bench::seconds_of(CLOCK_MONOTONIC);
 }
 
 /** The connection, in plain or with TLS. */

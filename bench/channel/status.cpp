@@ -3,11 +3,10 @@
 // with the daemon's own frames, one query in flight. Prints {"requests", "seconds"} for each turn.
 
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <sys/socket.h>
 
+#include "channel/program.h"
 #include "state/state.h"
 #include "vx_socket/frame_socket.h"
 #include "vxquilan/frame_tcp_recv.h"
@@ -21,14 +20,11 @@ constexpr char kQuery[] =
     R"({"name":"ledswitch"},{"name":"Wi-Fitimer"}]})";
 
 [[noreturn]] void fail(const char* what) {
-    std::fprintf(stderr, "bench_status: %s\n", what);
-    std::exit(1);
+    bench::fail("bench_status", what);
 }
 
 double now() {
-    timespec time{};
-    clock_gettime(CLOCK_MONOTONIC, &time);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+    return bench::seconds_of(CLOCK_MONOTONIC);
 }
 
 void ask(int sock) {
