@@ -44,6 +44,7 @@ def run(build, folder, seconds):
     """Samples at the end of each round; the connection is gone then, but not noticed yet."""
     course = Course(build, folder)
     series = report.Series("channel", "second", "")
+    threads = None  # at the first sample
     try:
         course.round()
         start = time.monotonic()
@@ -51,9 +52,10 @@ def run(build, folder, seconds):
         while rounds < LEAST_ROUNDS or time.monotonic() - start < seconds:
             asked += course.round()
             rounds += 1
-            course.probe.settle()
-            series.add(round(time.monotonic() - start, 1), course.probe.sample(), alike=True,
-                       orders=asked)
+            course.probe.settle(threads)
+            sample = course.probe.sample()
+            threads = threads or sample["threads"]
+            series.add(round(time.monotonic() - start, 1), sample, alike=True, orders=asked)
     finally:
         course.close()
     series.title = f"{asked:,} orders on {rounds:,} connections of the platform channel"

@@ -32,14 +32,16 @@ class Probe:
         with open(self.path, "rb") as file:
             return HEAP_COUNT.unpack(file.read(HEAP_COUNT.size))
 
-    def settle(self, seconds=10.0):
-        """Waits until the heap has stood still for a while: what was asked for is all done."""
+    def settle(self, threads=None, seconds=30.0):
+        """Waits until the heap has stood still for a while: what was asked for is all done. On a
+        busy machine a thread that has nothing more to do than to end may take its time, too."""
         deadline = time.monotonic() + seconds
         last, same = self.heap(), 0
         while same < 10 and time.monotonic() < deadline:
             time.sleep(0.005)
             now = self.heap()
-            last, same = now, same + 1 if now == last else 0
+            ended = threads is None or len(process.threads(self.pid)) <= threads
+            last, same = now, same + 1 if now == last and ended else 0
 
     def sample(self):
         """One value for each of COLUMNS; the memory's in bytes."""
