@@ -32,8 +32,7 @@ def count_documents(build):
         if "/" in profile.label:
             name, side = profile.label.rsplit("/", 1)
             counted.setdefault(name, {})[side] = Cost(
-                profile.total / TURNS, profile.of_object("bench_count") / TURNS,
-                profile.allocations / TURNS)
+                *(figure / TURNS for figure in _cost(profile, "bench_count")))
     return counted
 
 
@@ -45,10 +44,13 @@ def count_requests(build):
 
 def _request(build, command, function, options, order):
     program = os.path.basename(command[0])
-    few, many = (_serve(build, command, function, options, order, count)
+    few, many = (_cost(_serve(build, command, function, options, order, count), program)
                  for count in (WARM_UP, WARM_UP + REQUESTS))
-    return Cost(*((figure(many) - figure(few)) / REQUESTS for figure in (
-        lambda p: p.total, lambda p: p.of_object(program), lambda p: p.allocations)))
+    return Cost(*((more - less) / REQUESTS for less, more in zip(few, many)))
+
+
+def _cost(profile, program):
+    return Cost(profile.total, profile.of_object(program), profile.allocations)
 
 
 def _serve(build, command, function, options, order, count):

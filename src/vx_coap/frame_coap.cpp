@@ -207,7 +207,7 @@ void process_input() {
  * it. While something comes there is no pause, since a platform that waits for each answer would
  * wait for all of them.
  */
-void process() {
+void receive() {
     int descriptor;
     int milliseconds;
     if (!prepare_wait(descriptor, milliseconds))
@@ -300,7 +300,7 @@ void* frame_coap_recv(void*) {
         g_coap_recv_thread = 1;
     }
     while (g_run_flag != 0) {
-        process();
+        receive();
         sleep_microseconds(kPauseMicroseconds);
     }
     g_coap_recv_thread = 0;

@@ -12,6 +12,25 @@ using e2e::Transport;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
+/** The platform ends the connection; as long as the gateway comes back in time, once more. */
+void drop_again_and_again(Site& site, Report& report, int drops) {
+    for (int drop = 0; drop < drops; ++drop) {
+        const double since = now();
+        site.platform().command("drop");
+        if (!report.expect_online(site, since))
+            return;
+    }
+}
+
+/** The wire is whole again when the gateway has tried to log in three times. */
+void repair_behind_three_logins(Site& site, Report& report, seconds limit) {
+    ASSERT_TRUE(e2e::wait_until(
+        [&] { return site.gateway().times_logged("QUILAN_APP_LOGIN") >= 3; }, limit));
+    const double since = now();
+    site.wire().set({});
+    report.expect_online(site, since);
+}
+
 class Link : public TransportFault {
 protected:
     Site& start(bool relay) {
@@ -35,12 +54,7 @@ TEST_P(Link, LosesAPacketInTen) {
     Site& site = start(false);
     site.wire().set({.loss = 0.1});
     Report report(title("10 % loss each way, reconnect"), kLossy);
-    for (int drop = 0; drop < (all_trials() ? 20 : 5); ++drop) {
-        const double since = now();
-        site.platform().command("drop");
-        if (!report.expect_online(site, since))
-            return;
-    }
+    drop_again_and_again(site, report, all_trials() ? 20 : 5);
     Report answers(title("20 % loss each way, answer to a request"), kKept);
     site.wire().set({.loss = 0.2});
     const std::size_t connects = site.platform().count("connect");
@@ -57,12 +71,7 @@ TEST_P(Link, IsTwoSecondsLong) {
     site.wire().set({.delay = milliseconds(static_cast<int>(kLatency * 1000))});
     Report report(title("2 s latency each way, reconnect"),
                   GetParam() == Transport::tls ? kFarTls : kFar);
-    for (int drop = 0; drop < (all_trials() ? 10 : 2); ++drop) {
-        const double since = now();
-        site.platform().command("drop");
-        if (!report.expect_online(site, since))
-            return;
-    }
+    drop_again_and_again(site, report, all_trials() ? 10 : 2);
 }
 
 // The connection alone: nothing of it passes any more, while a new one would.
@@ -90,22 +99,14 @@ TEST_P(Link, IsBrokenWhileTheGatewayStarts) {
     Report report(title("link down for 20 s at the start"), kSilentLogin);
     site.wire().set({.broken = true});
     site.gateway().start();
-    ASSERT_TRUE(e2e::wait_until(
-        [&] { return site.gateway().times_logged("QUILAN_APP_LOGIN") >= 3; }, seconds(40)));
-    const double since = now();
-    site.wire().set({});
-    report.expect_online(site, since);
+    repair_behind_three_logins(site, report, seconds(40));
 }
 
 TEST_P(Link, IsBrokenUntilTheSessionIsGivenUp) {
     Site& site = start(false);
     Report report(title("link down until the session is given up"), kSilentLogin);
     site.wire().set({.broken = true});
-    ASSERT_TRUE(e2e::wait_until(
-        [&] { return site.gateway().times_logged("QUILAN_APP_LOGIN") >= 3; }, seconds(140)));
-    const double since = now();
-    site.wire().set({});
-    report.expect_online(site, since);
+    repair_behind_three_logins(site, report, seconds(140));
 }
 
 // The platform's host has been replaced meanwhile: it does not know the connection.
@@ -165,12 +166,7 @@ TEST_F(Names, TheServerTakesItsTime) {
     Report report("DNS: answer after 4 s", kSlowName);
     site.names().set(Answer::address, kPlatformAddress,
                      milliseconds(static_cast<int>(kSlowAnswer * 1000)));
-    for (int drop = 0; drop < (all_trials() ? 10 : 2); ++drop) {
-        const double since = now();
-        site.platform().command("drop");
-        if (!report.expect_online(site, since))
-            return;
-    }
+    drop_again_and_again(site, report, all_trials() ? 10 : 2);
 }
 
 TEST_F(Names, ThePlatformMoves) {
