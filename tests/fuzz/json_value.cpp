@@ -17,6 +17,8 @@ namespace {
 // What cJSON can't read although it is JSON.
 constexpr std::size_t kDeepest = 1000;
 constexpr std::size_t kLongestNumber = 63;
+// With a byte order mark, which is not JSON itself, before it.
+constexpr std::size_t kShortestMarked = 5;
 
 /** Builds a value from the events of the strict parser. */
 class Builder : public nlohmann::json_sax<nlohmann::json> {
@@ -89,6 +91,11 @@ struct DeleteTree {
     void operator()(cJSON* tree) const { cJSON_Delete(tree); }
 };
 
+/** As Builder::beyond_cjson(), for what no event tells. */
+bool beyond_cjson(const std::string& body) {
+    return body.starts_with("\xEF\xBB\xBF") && body.size() < kShortestMarked;
+}
+
 Value::Type type_of(const cJSON& item) {
     if (cJSON_IsFalse(&item) != 0)
         return Value::kFalse;
@@ -132,7 +139,8 @@ std::optional<Value> parse_value(const std::string& body) {
     const bool standard = nlohmann::json::sax_parse(
         body, &strict, nlohmann::json::input_format_t::json, false /* bytes may follow */);
     if (!tree) {
-        require(!standard || strict.beyond_cjson(), "JSON that was not taken");
+        require(!standard || strict.beyond_cjson() || beyond_cjson(body),
+                "JSON that was not taken");
         return std::nullopt;
     }
     Value value = convert(*tree);

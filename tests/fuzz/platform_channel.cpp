@@ -65,11 +65,11 @@ void check(const vx_upgrade& upgrade) {
 }
 
 template <class Record>
-void check_entry(const fake::Entry& entry, const std::string& operation) {
-    if (entry.call != operation + "(record)")
+void check_entry(const fake::Entry& entry, const char* call) {
+    if (entry.call != call)
         return;
     Record record;
-    require(entry.record.size() == sizeof record, operation + " was given another record");
+    require(entry.record.size() == sizeof record, entry.call + " was given another record");
     std::memcpy(&record, entry.record.data(), sizeof record);
     check(record);
 }
@@ -100,9 +100,9 @@ void run_started_threads() {
 
 void check_records() {
     for (const fake::Entry& entry : fake::journal().entries()) {
-        check_entry<wifi_cfg>(entry, "vx_device_wifi");
-        check_entry<wifitimer_cfg>(entry, "vx_device_wifitimer");
-        check_entry<vx_upgrade>(entry, "vx_device_upgrade");
+        check_entry<wifi_cfg>(entry, "vx_device_wifi(record)");
+        check_entry<wifitimer_cfg>(entry, "vx_device_wifitimer(record)");
+        check_entry<vx_upgrade>(entry, "vx_device_upgrade(record)");
     }
 }
 

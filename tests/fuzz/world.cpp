@@ -8,18 +8,9 @@
 
 namespace fuzz {
 
-namespace {
-
-void allow_all_operations() {
-    fake::device().reset();
-    for (const fake::Operation& operation : fake::operations())
-        fake::device().allow({operation.name});
-}
-
-} // namespace
-
 World::World() {
-    allow_all_operations();
+    fake::device().reset();
+    fake::device().allow_all();
     fake::log().reset();
     fake::journal().clear();
 }

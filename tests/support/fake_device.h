@@ -39,6 +39,8 @@ public:
 
     /** The operations may be called: they succeed, a getter leaves its buffer alone. */
     void allow(std::initializer_list<const char*> operations);
+    /** As allow(), for all of them; none can be forbidden then. */
+    void allow_all();
     /** A call is unexpected again. */
     void forbid(const char* operation);
     /** What the operation returns; 0 otherwise. */
