@@ -24,9 +24,9 @@ constexpr Member kStation[] = {
     number_member("type", VXQ_AT(vx_station, type)),
 };
 
-constexpr Member kServices = list_member(
-    "services", list_place(VXQ_AT(vx_station_list, entries), VXQ_AT(vx_station_list, count)),
-    kStation);
+constexpr ListPlace kStations =
+    list_place(VXQ_AT(vx_station_list, entries), VXQ_AT(vx_station_list, count));
+constexpr Member kServices = list_member("services", kStations, kStation);
 
 JsonText build_data(const vx_station_list& stations) {
     const JsonTree document(cJSON_CreateObject());

@@ -30,7 +30,7 @@ constexpr Member kNetwork[] = {
     number_member("TransmitPower", VXQ_AT(vx_wlan_network, transmit_power)),
     text_member("X_Wlan11NHtMcs", VXQ_AT(vx_wlan_network, x_wlan11n_ht_mcs)),
     text_member("BeaconType", VXQ_AT(vx_wlan_network, beacon_type)),
-    when<is_open>(constant_member("WpaEncryptionMode", "")),
+    when<is_open>(empty_text_member("WpaEncryptionMode")),
     when<is_secured>(
         text_member("WpaEncryptionMode", VXQ_AT(vx_wlan_network, wpa_encryption_mode))),
     text_member("WlanStandard", VXQ_AT(vx_wlan_network, wlan_standard)),

@@ -10,13 +10,16 @@
  * Where things lie in the records of the device library. The tables that records are written and
  * read by consist of these places, so that a table can be laid beside the record's definition, and
  * a member of the wrong type does not compile.
+ *
+ * Rows are kept small: they contain addresses, which are only known once the program is loaded, so
+ * the tables are memory that each running daemon has for itself.
  */
 namespace vxq {
 
 /** Where a member of type T lies in its record. */
 template <class T>
 struct Place {
-    std::size_t offset;
+    std::uint32_t offset;
 };
 
 /** The place of `member` in `record`. */
@@ -27,15 +30,15 @@ struct Place {
 
 /** An array in a record, with the number of its entries that are in use. */
 struct ListPlace {
-    std::size_t entries;
-    std::size_t stride;
-    int capacity;
-    std::size_t count;
+    std::uint32_t entries;
+    std::uint32_t stride;
+    std::int32_t capacity;
+    std::uint32_t count;
 };
 
 template <class Entry, std::size_t Capacity>
 consteval ListPlace list_place(Place<Entry[Capacity]> entries, Place<std::int32_t> count) {
-    return {entries.offset, sizeof(Entry), static_cast<int>(Capacity), count.offset};
+    return {entries.offset, sizeof(Entry), Capacity, count.offset};
 }
 
 /** Whether a row of a table applies to a record; null stands for always. */

@@ -90,7 +90,7 @@ private:
 
     /** Fills the next entry, which only counts when all of it could be read. */
     bool read_network(const Setting& setting, const cJSON* member, void* record) {
-        const ListPlace& list = setting.list;
+        const ListPlace& list = *setting.list;
         const int count = load_int(record, list.count);
         assert(count < list.capacity);
         char* const entry =
@@ -105,7 +105,7 @@ private:
     /** A list that has no room, or is none, is refused: part of a list is another list. */
     bool read_list(const SettingGroup& group, const Setting& setting, const cJSON* member,
                    void* record) {
-        const ListPlace& list = setting.list;
+        const ListPlace& list = *setting.list;
         const int size = cJSON_GetArraySize(member);
         if (!cJSON_IsArray(member) || size > list.capacity)
             return refuse(group, setting);

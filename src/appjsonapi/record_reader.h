@@ -19,7 +19,7 @@
 namespace vxq {
 
 /** How a member's value gets into the record. */
-enum class SettingKind {
+enum class SettingKind : std::uint8_t {
     text,         ///< a text, cut to fit
     percent_text, ///< the same, with doubled percent signs made single
     number,       ///< an integer; 0 when the member is no number
@@ -32,7 +32,7 @@ enum class SettingKind {
 };
 
 /** What happens when the member isn't there. */
-enum class Absent {
+enum class Absent : std::uint8_t {
     refuse,    ///< the request fails
     pass,      ///< nothing
     log,       ///< a line in the log
@@ -52,30 +52,30 @@ struct SettingGroup {
 struct Setting {
     const char* key;
     const char* parameter = ""; ///< the end of the path that a failure is reported with
-    std::size_t offset = 0;     ///< of a network: its band's, in the entry
-    std::size_t size = 0;       ///< of a text's array, its NUL included
     const SettingGroup* group = nullptr;
-    ListPlace list = {};
+    const ListPlace* list = nullptr;
     Condition condition = nullptr;
+    std::uint32_t offset = 0; ///< of a network: its band's, in the entry
+    std::uint16_t size = 0;   ///< of a text's array, its NUL included
+    std::uint16_t line = 0;   ///< where the row is written: a failure's log line names it
     SettingKind kind = SettingKind::text;
     Absent absent = Absent::refuse;
-    int band = 0;
-    int line = 0; ///< where the row is written: a failure's log line names it
+    std::uint8_t band = 0;
 };
 
-constexpr Setting setting_row(SettingKind kind, const char* key, std::size_t offset,
-                              const char* parameter, int line) {
-    return {.key = key, .parameter = parameter, .offset = offset, .kind = kind, .line = line};
+constexpr Setting setting_row(SettingKind kind, const char* key, std::uint32_t offset,
+                              const char* parameter, std::uint16_t line) {
+    return {.key = key, .parameter = parameter, .offset = offset, .line = line, .kind = kind};
 }
-constexpr Setting sized_row(SettingKind kind, const char* key, std::size_t offset, std::size_t size,
-                            const char* parameter, int line) {
+constexpr Setting sized_row(SettingKind kind, const char* key, std::uint32_t offset,
+                            std::uint16_t size, const char* parameter, std::uint16_t line) {
     Setting row = setting_row(kind, key, offset, parameter, line);
     row.size = size;
     return row;
 }
 
 // The line is that of the table's row: it is taken where the function is called.
-#define VXQ_ROW_LINE int line = __builtin_LINE()
+#define VXQ_ROW_LINE std::uint16_t line = __builtin_LINE()
 
 template <std::size_t Size>
 consteval Setting text_setting(const char* key, Place<char[Size]> place, const char* parameter,
@@ -114,16 +114,17 @@ consteval Setting list_setting(const char* key, const ListPlace& list, const Set
                                const char* parameter, VXQ_ROW_LINE) {
     Setting row = setting_row(SettingKind::list, key, 0, parameter, line);
     row.group = &entry;
-    row.list = list;
+    row.list = &list;
     return row;
 }
 /** Networks may be left out: a request without any succeeds and changes none. */
-consteval Setting network_setting(const char* key, int band, Place<std::int32_t> band_place,
-                                  const ListPlace& list, const SettingGroup& entry) {
+consteval Setting network_setting(const char* key, std::uint8_t band,
+                                  Place<std::int32_t> band_place, const ListPlace& list,
+                                  const SettingGroup& entry) {
     return {.key = key,
-            .offset = band_place.offset,
             .group = &entry,
-            .list = list,
+            .list = &list,
+            .offset = band_place.offset,
             .kind = SettingKind::network,
             .absent = Absent::pass,
             .band = band};

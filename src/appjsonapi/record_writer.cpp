@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <span>
 
 #include "message/document.h"
 #include "text/text.h"
@@ -25,9 +26,10 @@ cJSON* create_band(int band) {
     return cJSON_CreateStringReference(band == VX_BAND_2G ? "2.4GHz" : "5GHz");
 }
 
-cJSON* create_object(std::span<const Member> members, const void* record) {
+/** An object made of the members that a row has. */
+cJSON* create_object(const Member& row, const void* record) {
     JsonTree object(cJSON_CreateObject());
-    for (const Member& member : members) {
+    for (const Member& member : std::span(row.members, row.member_count)) {
         if (applies(member, record) &&
             json_add(object.get(), member.key, create_member(member, record)) == nullptr)
             return nullptr;
@@ -36,12 +38,12 @@ cJSON* create_object(std::span<const Member> members, const void* record) {
 }
 
 cJSON* create_list(const Member& member, const void* record) {
-    const ListPlace& list = member.list;
+    const ListPlace& list = *member.list;
     JsonTree array(cJSON_CreateArray());
     const int count = std::clamp(load_int(record, list.count), 0, list.capacity);
     for (int index = 0; index < count; ++index) {
         const std::size_t offset = list.entries + static_cast<std::size_t>(index) * list.stride;
-        if (json_append(array.get(), create_object(member.members, at(record, offset))) == nullptr)
+        if (json_append(array.get(), create_object(member, at(record, offset))) == nullptr)
             return nullptr;
     }
     return array.release();
@@ -53,16 +55,16 @@ cJSON* create_member(const Member& member, const void* record) {
     switch (member.kind) {
     case MemberKind::text:
         return create_text(member, record);
+    case MemberKind::empty_text:
+        return cJSON_CreateStringReference("");
     case MemberKind::number:
         return json_number(load_int(record, member.offset));
     case MemberKind::flag:
         return cJSON_CreateBool(load_int(record, member.offset) != 0);
     case MemberKind::band:
         return create_band(load_int(record, member.offset));
-    case MemberKind::constant:
-        return cJSON_CreateStringReference(member.constant);
     case MemberKind::object:
-        return create_object(member.members, record);
+        return create_object(member, record);
     case MemberKind::list:
         break;
     }

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <span>
+#include <cstddef>
+#include <cstdint>
 
 #include "appjsonapi/record_place.h"
 #include "json/json.h"
@@ -14,26 +15,26 @@
 namespace vxq {
 
 /** What a member is made of. */
-enum class MemberKind {
-    text,     ///< a text of the record
-    number,   ///< an integer
-    flag,     ///< an integer as true or false
-    band,     ///< an integer as "2.4GHz" (VX_BAND_2G) or "5GHz" (all others)
-    constant, ///< the same text for each record
-    object,   ///< an object made of the same record
-    list,     ///< an array with an object for each entry in use
+enum class MemberKind : std::uint8_t {
+    text,       ///< a text of the record
+    empty_text, ///< an empty text, whatever the record holds
+    number,     ///< an integer
+    flag,       ///< an integer as true or false
+    band,       ///< an integer as "2.4GHz" (VX_BAND_2G) or "5GHz" (all others)
+    object,     ///< an object made of the same record
+    list,       ///< an array with an object for each entry in use
 };
 
 /** One row of a table. */
 struct Member {
     const char* key;
-    MemberKind kind;
-    std::size_t offset = 0;
-    std::size_t size = 0; ///< of a text's array, its NUL included
-    const char* constant = nullptr;
-    std::span<const Member> members = {}; ///< of an object, or of each entry of a list
-    ListPlace list = {};
+    const Member* members = nullptr; ///< of an object, or of each entry of a list
+    const ListPlace* list = nullptr;
     Condition condition = nullptr;
+    std::uint32_t offset = 0;
+    std::uint16_t size = 0; ///< of a text's array, its NUL included
+    std::uint8_t member_count = 0;
+    MemberKind kind = MemberKind::text;
 };
 
 /** The largest text of any record. */
@@ -42,32 +43,40 @@ inline constexpr std::size_t kLargestMember = 288;
 template <std::size_t Size>
 consteval Member text_member(const char* key, Place<char[Size]> place) {
     static_assert(Size <= kLargestMember);
-    return {.key = key, .kind = MemberKind::text, .offset = place.offset, .size = Size};
+    return {.key = key, .offset = place.offset, .size = Size, .kind = MemberKind::text};
+}
+consteval Member empty_text_member(const char* key) {
+    return {.key = key, .kind = MemberKind::empty_text};
 }
 consteval Member number_member(const char* key, Place<std::int32_t> place) {
-    return {.key = key, .kind = MemberKind::number, .offset = place.offset};
+    return {.key = key, .offset = place.offset, .kind = MemberKind::number};
 }
 consteval Member flag_member(const char* key, Place<std::int32_t> place) {
-    return {.key = key, .kind = MemberKind::flag, .offset = place.offset};
+    return {.key = key, .offset = place.offset, .kind = MemberKind::flag};
 }
 consteval Member band_member(const char* key, Place<std::int32_t> place) {
-    return {.key = key, .kind = MemberKind::band, .offset = place.offset};
+    return {.key = key, .offset = place.offset, .kind = MemberKind::band};
 }
-consteval Member constant_member(const char* key, const char* text) {
-    return {.key = key, .kind = MemberKind::constant, .constant = text};
+template <std::size_t Count>
+consteval Member object_member(const char* key, const Member (&members)[Count]) {
+    return {.key = key, .members = members, .member_count = Count, .kind = MemberKind::object};
 }
-consteval Member object_member(const char* key, std::span<const Member> members) {
-    return {.key = key, .kind = MemberKind::object, .members = members};
-}
-consteval Member list_member(const char* key, ListPlace list, std::span<const Member> entry) {
-    return {.key = key, .kind = MemberKind::list, .members = entry, .list = list};
+template <std::size_t Count>
+consteval Member list_member(const char* key, const ListPlace& list, const Member (&entry)[Count]) {
+    return {.key = key,
+            .members = entry,
+            .list = &list,
+            .member_count = Count,
+            .kind = MemberKind::list};
 }
 
 /** A document that is one object, or one array: a member without a key. */
-consteval Member object_document(std::span<const Member> members) {
+template <std::size_t Count>
+consteval Member object_document(const Member (&members)[Count]) {
     return object_member("", members);
 }
-consteval Member list_document(ListPlace list, std::span<const Member> entry) {
+template <std::size_t Count>
+consteval Member list_document(const ListPlace& list, const Member (&entry)[Count]) {
     return list_member("", list, entry);
 }
 
