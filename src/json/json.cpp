@@ -9,9 +9,19 @@ namespace vxq {
 
 namespace {
 
-// Holds every document but the long lists: cJSON starts with 256 bytes and copies at each doubling.
-constexpr int kUsualTextSize = 2048;
+// What a value takes in a document, with its key, and what has room besides. cJSON alone would
+// start with 256 bytes and copy the text at each doubling; with more it still does.
+constexpr int kBytesPerValue = 32;
+constexpr int kBytesBesides = 128;
 constexpr int kFormatted = 1;
+
+/** Of an item and those behind it, with all that they contain. */
+int count_values(const cJSON* item) {
+    int count = 0;
+    for (; item != nullptr; item = item->next)
+        count += 1 + count_values(item->child);
+    return count;
+}
 
 } // namespace
 
@@ -39,7 +49,10 @@ cJSON* json_append(cJSON* array, cJSON* element) {
 }
 
 JsonText json_print(const JsonTree& tree) {
-    return JsonText(tree ? cJSON_PrintBuffered(tree.get(), kUsualTextSize, kFormatted) : nullptr);
+    if (!tree)
+        return nullptr;
+    const int room = kBytesBesides + kBytesPerValue * count_values(tree.get());
+    return JsonText(cJSON_PrintBuffered(tree.get(), room, kFormatted));
 }
 
 int json_int(const cJSON* member) {
