@@ -15,13 +15,15 @@ namespace vxq {
 /** The text of a message as the log may have it. Refers to the text that it is made of. */
 class LogText {
 public:
-    /** @param text  NUL-terminated, not null */
+    /** For "%s". @param text  NUL-terminated, not null */
     explicit LogText(const char* text);
-    /** The first `length` bytes at `text`; what follows a NUL among them is not logged. */
+    /**
+     * For "%.*s": the first `length` bytes at `text`; what follows a NUL among them is not logged.
+     */
     LogText(const char* text, std::size_t length);
 
-    /** For "%.*s", with length(); also for "%s" when the text was NUL-terminated. */
     const char* text() const { return text_; }
+    /** Of a text that was given with its length. */
     int length() const { return length_; }
 
 private:

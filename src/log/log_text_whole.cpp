@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "log/log_text.h"
 
-#include <cstring>
-
 namespace vxq {
 
-LogText::LogText(const char* text) : LogText(text, std::strlen(text)) {}
+LogText::LogText(const char* text) : text_(text), length_(0) {}
 
 LogText::LogText(const char* text, std::size_t length)
     : text_(text), length_(static_cast<int>(length)) {}
