@@ -3,7 +3,6 @@
 
 #include <cassert>
 #include <cstdlib>
-#include <iterator>
 #include <new>
 #include <utility>
 
@@ -42,23 +41,13 @@ constexpr std::size_t kOptionHeader = 5;
 
 /** A copy without what no handler looks at. */
 Message copy_of(const coap_pdu_t* original, std::size_t length, const std::uint8_t* data) {
-    const coap_opt_t* options[std::size(kIdentifyingOptions)];
+    const Identity identity = identity_of(original);
     std::size_t size = 1 + length;
-    for (std::size_t index = 0; index < std::size(options); ++index) {
-        coap_opt_iterator_t iterator;
-        options[index] = coap_check_option(original, kIdentifyingOptions[index], &iterator);
-        size += kOptionHeader;
-        size += options[index] != nullptr ? coap_opt_length(options[index]) : 0;
-    }
+    for (const OptionValue& value : identity.values)
+        size += kOptionHeader + value.length;
     Message copy(coap_pdu_init(coap_pdu_get_type(original), coap_pdu_get_code(original),
                                coap_pdu_get_mid(original), size));
-    bool whole = copy != nullptr;
-    for (std::size_t index = 0; whole && index < std::size(options); ++index) {
-        const coap_opt_t* const option = options[index];
-        whole = option == nullptr ||
-                coap_add_option(copy.get(), kIdentifyingOptions[index], coap_opt_length(option),
-                                coap_opt_value(option)) != 0;
-    }
+    bool whole = copy && add_identity(copy.get(), identity);
     if (whole && length != 0)
         whole = coap_add_data(copy.get(), length, data) != 0;
     return whole ? std::move(copy) : nullptr;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "vx_coap/coap_options.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "text/text.h"
@@ -13,6 +14,9 @@ namespace {
 constexpr std::size_t kSegmentBuffer = 120;
 constexpr coap_log_t kLogEmergency = static_cast<coap_log_t>(0);
 constexpr coap_log_t kLogError = static_cast<coap_log_t>(3);
+
+constexpr std::uint8_t kNothing[1] = {};
+constexpr OptionValue kEmpty{kNothing, 0};
 
 coap_uri_t s_uri;
 
@@ -44,6 +48,16 @@ int count_options(const coap_pdu_t* message) {
         ++count;
     return count;
 }
+
+/** The gateway's access token, as the device library has it now. */
+class AccessToken {
+public:
+    AccessToken() { port_device_accesstoken_get(token_.data()); }
+    const char* text() const { return token_.text(); }
+
+private:
+    TextBuffer<128> token_;
+};
 
 bool scheme_supported(coap_uri_scheme_t scheme) {
     if (scheme == COAP_URI_SCHEME_COAPS && coap_dtls_is_supported() == 0) {
@@ -100,20 +114,40 @@ void cmdline_uri(const char* uri, OptionList& options) {
 }
 
 void add_access_token(OptionList& options) {
-    TextBuffer<128> token;
-    port_device_accesstoken_get(token.data());
-    options.add_text(kOptionAccessToken, token.text());
+    options.add_text(kOptionAccessToken, AccessToken().text());
 }
 
-void add_echoes(const coap_pdu_t* request, OptionList& options) {
-    for (const std::uint16_t number : kIdentifyingOptions) {
-        coap_opt_iterator_t iterator;
-        const coap_opt_t* const option = coap_check_option(request, number, &iterator);
-        if (option != nullptr)
-            options.add(number, coap_opt_value(option), coap_opt_length(option));
-        else
-            options.add_text(number, "");
+Identity identity_of(const coap_pdu_t* request) {
+    Identity identity{{kEmpty, kEmpty, kEmpty}};
+    coap_opt_iterator_t iterator;
+    coap_option_iterator_init(request, &iterator, COAP_OPT_ALL);
+    while (const coap_opt_t* const option = coap_option_next(&iterator)) {
+        const auto* const number = std::find(std::begin(kIdentifyingOptions),
+                                             std::end(kIdentifyingOptions), iterator.number);
+        if (number == std::end(kIdentifyingOptions))
+            continue;
+        OptionValue& value = identity.values[number - kIdentifyingOptions];
+        if (value.bytes == kEmpty.bytes) // of several the first counts
+            value = {coap_opt_value(option), coap_opt_length(option)};
     }
+    return identity;
+}
+
+bool add_identity(coap_pdu_t* message, const Identity& identity) {
+    bool whole = true;
+    for (std::size_t index = 0; whole && index < std::size(identity.values); ++index) {
+        const OptionValue& value = identity.values[index];
+        whole =
+            coap_add_option(message, kIdentifyingOptions[index], value.length, value.bytes) != 0;
+    }
+    return whole;
+}
+
+bool add_answer_options(const coap_pdu_t* request, coap_pdu_t* answer) {
+    const AccessToken token;
+    return coap_add_option(answer, kOptionAccessToken, std::strlen(token.text()),
+                           reinterpret_cast<const std::uint8_t*>(token.text())) != 0 &&
+           add_identity(answer, identity_of(request));
 }
 
 } // namespace vxq

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <iterator>
 #include <memory>
 
 #include <coap3/coap.h>
@@ -15,6 +16,23 @@ inline constexpr std::uint16_t kOptionAccessToken = 2049;
 inline constexpr std::uint16_t kOptionEcho2 = 2051;
 /** Identify the platform's request; the answer carries them back. */
 inline constexpr std::uint16_t kIdentifyingOptions[] = {2050, kOptionEcho2, 2052};
+
+/** The value of an option. */
+struct OptionValue {
+    const std::uint8_t* bytes;
+    std::size_t length;
+};
+
+/** What identifies a request, in the order of kIdentifyingOptions; empty where it has none. */
+struct Identity {
+    OptionValue values[std::size(kIdentifyingOptions)];
+};
+
+/** Looks through a request's options once. What is found lives as long as the request. */
+Identity identity_of(const coap_pdu_t* request);
+
+/** Adds these options to a message; false when they do not fit. */
+bool add_identity(coap_pdu_t* message, const Identity& identity);
 
 /** The options of one message, gathered in any order; libcoap sorts them when they are attached. */
 class OptionList {
@@ -43,7 +61,11 @@ void cmdline_uri(const char* uri, OptionList& options);
 /** Adds the access token as the device library gives it, even when it is empty. */
 void add_access_token(OptionList& options);
 
-/** Adds the options that identify a request, with the request's own values. */
-void add_echoes(const coap_pdu_t* request, OptionList& options);
+/**
+ * Adds the options of an answer: the access token and what identifies the request, with the
+ * request's own values, empty where it has none.
+ * @return false when they do not fit into the message
+ */
+bool add_answer_options(const coap_pdu_t* request, coap_pdu_t* answer);
 
 } // namespace vxq

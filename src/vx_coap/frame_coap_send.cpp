@@ -48,16 +48,16 @@ Message new_message(std::uint8_t type, std::uint8_t code, coap_mid_t message_id)
                                  message_limit(g_coap_session)));
 }
 
-/** Attaches options and body; false when they do not fit: half a message must not go out. */
-bool fill_message(coap_pdu_t* message, OptionList& options, const Body& body, const char* caller) {
-    const bool whole =
-        options.attach(message) &&
-        (body.length == 0 || coap_add_data(message, body.length,
-                                           reinterpret_cast<const std::uint8_t*>(body.data)) != 0);
-    if (!whole)
-        QUILAN_LOG(VX_LOG_ERROR, "%s : message with %lu bytes of body does not fit, not sent\n",
-                   caller, static_cast<unsigned long>(body.length));
-    return whole;
+/** Adds the body; false when it does not fit. */
+bool add_body(coap_pdu_t* message, const Body& body) {
+    return body.length == 0 || coap_add_data(message, body.length,
+                                             reinterpret_cast<const std::uint8_t*>(body.data)) != 0;
+}
+
+/** Half a message must not go out. */
+void log_unfit(const Body& body, const char* caller) {
+    QUILAN_LOG(VX_LOG_ERROR, "%s : message with %lu bytes of body does not fit, not sent\n", caller,
+               static_cast<unsigned long>(body.length));
 }
 
 void hand_over(Message message) {
@@ -106,8 +106,11 @@ int frame_coap_send(std::uint8_t type, std::uint8_t code, const char* data, std:
     }
     OptionList options;
     add_request_options(path, options);
-    if (!fill_message(message.get(), options, {data, length}, "frame_coap_send"))
+    const Body body{data, length};
+    if (!options.attach(message.get()) || !add_body(message.get(), body)) {
+        log_unfit(body, "frame_coap_send");
         return -1;
+    }
     coap_log(kLogDebug, "sending CoAP request:\n");
     hand_over(std::move(message));
     s_session_life.carried = true;
@@ -125,11 +128,11 @@ int frame_coap_response(const coap_pdu_t* request, std::uint8_t type, std::uint8
         QUILAN_LOG(VX_LOG_ERROR, "%s : %d\n", "frame_coap_response", __LINE__);
         return 0;
     }
-    OptionList options;
-    add_access_token(options);
-    add_echoes(request, options);
-    if (!fill_message(message.get(), options, {data, length}, "frame_coap_response"))
+    const Body body{data, length};
+    if (!add_answer_options(request, message.get()) || !add_body(message.get(), body)) {
+        log_unfit(body, "frame_coap_response");
         return 0;
+    }
     coap_show_pdu(kLogDebug, message.get());
     hand_over(std::move(message));
     return 0;

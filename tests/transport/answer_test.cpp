@@ -97,6 +97,17 @@ TEST_F(AnswerTest, CarriesAnEmptyOptionForEachEchoThatTheRequestHasNot) {
                                                          {kEcho3, ""}}));
 }
 
+TEST_F(AnswerTest, CarriesTheFirstOfRepeatedEchoes) {
+    Connection platform = establish(listener_);
+    platform.send(request(
+        kPost, kAnyResource,
+        {{kEcho1, "first"}, {kEcho1, "again"}, {kEcho3, ""}, {kEcho3, "behind an empty one"}}));
+    EXPECT_EQ(
+        platform.next_exchange().options,
+        (Options{
+            {kAccessToken, "the access token"}, {kEcho1, "first"}, {kEcho2, ""}, {kEcho3, ""}}));
+}
+
 TEST_F(AnswerTest, CarriesTheAccessTokenEvenWhenItIsEmpty) {
     set_access_token("");
     Connection platform = establish(listener_);
