@@ -5,8 +5,10 @@
 //   SOAK_CLOCK  file with the Clock; without it the program lives by the system's
 //
 // Telling the time and sleeping are taken over, waiting for a descriptor is not: what comes in is
-// handled while the clock stands still. The system must not hold anything back meanwhile for a time
-// of its own, so connections send at once what they are given, at the platform's end as well.
+// handled while the clock stands still. Only waits of less than a second end at once when nothing
+// is there: the clock, which has no fractions, could move on by minutes meanwhile. The system must
+// not hold anything back for a time of its own, either, so connections send at once what they are
+// given, at the platform's end as well.
 
 #include <cerrno>
 #include <cstdlib>
@@ -14,6 +16,7 @@
 #include <linux/futex.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <sys/epoll.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/time.h>
@@ -116,6 +119,12 @@ EXPORTED int nanosleep(const timespec* time, timespec* rest) {
     const int error = clock_nanosleep(CLOCK_REALTIME, 0, time, rest);
     errno = error != 0 ? error : errno;
     return error == 0 ? 0 : -1;
+}
+
+EXPORTED int epoll_wait(int instance, epoll_event* events, int capacity, int milliseconds) {
+    const bool fraction = s_clock != nullptr && milliseconds > 0 && milliseconds < 1000;
+    return static_cast<int>(syscall(SYS_epoll_pwait, instance, events, capacity,
+                                    fraction ? 0 : milliseconds, nullptr, 0));
 }
 
 EXPORTED int connect(int socket, const sockaddr* address, socklen_t size) {

@@ -9,6 +9,7 @@
 #include "os/clock.h"
 #include "state/state.h"
 #include "vx_coap/coap_endpoint.h"
+#include "vx_coap/coap_events.h"
 #include "vx_coap/coap_inbox.h"
 #include "vx_coap/coap_lock.h"
 #include "vx_coap/coap_options.h"
@@ -34,6 +35,8 @@ constexpr int kProcessingSeconds = 3;
 constexpr unsigned kPauseMicroseconds = 100;
 // Without a descriptor to wait on, libcoap can only be asked again and again.
 constexpr int kPollingMilliseconds = 10;
+// So long the next message is waited for in a way that a close does not end, but that is cheaper.
+constexpr int kBusyMilliseconds = 10;
 
 CoapCallbacks s_callbacks{nullptr, nullptr};
 WakePipe s_wake_pipe;
@@ -41,6 +44,7 @@ std::atomic<int> s_session_number{0};
 int s_work_depth = 0;                  // of CoapWork; belongs to g_coap_lock, as what follows
 bool s_delivering = false;             // what waited is being dealt with
 coap_context_t* s_ended_ctx = nullptr; // closed by a callback, still to be freed
+unsigned s_ended_count = 0;            // of all contexts; tells one from the next
 
 void free_context(coap_context_t* context) {
     assert(CoapLock::held() && s_work_depth == 0);
@@ -59,6 +63,7 @@ void end_session() {
     g_coap_session = nullptr;
     if (ended == nullptr)
         return;
+    ++s_ended_count;
     if (s_work_depth != 0)
         s_ended_ctx = ended;
     else
@@ -179,48 +184,69 @@ void set_up_libcoap(int log_level) {
     set_log_levels(log_level);
 }
 
-/** Arms libcoap's timers and tells what to wait for; false when the session has been closed. */
-bool prepare_wait(int& descriptor, int& milliseconds) {
-    const CoapWork work;
-    if (g_coap_ctx == nullptr)
-        return false;
-    descriptor = coap_context_get_coap_fd(g_coap_ctx);
-    milliseconds = kPollingMilliseconds;
-    if (descriptor < 0)
+/** The receive thread's view of the context that it serves. */
+class Receiver {
+public:
+    /**
+     * Has libcoap process what comes, three seconds at most: waits outside the lock, processes
+     * under it. While something comes there is no pause, since a platform that waits for each
+     * answer would wait for all of them.
+     */
+    void receive() {
+        int milliseconds;
+        if (!prepare_wait(milliseconds))
+            return;
+        if (s_wake_pipe.wait(source_.descriptor(), milliseconds))
+            process_input();
+        else
+            process_timers();
+    }
+
+private:
+    /** Arms libcoap's timers and tells how long to wait; false when the session has been closed. */
+    bool prepare_wait(int& milliseconds) {
+        const CoapWork work;
+        if (g_coap_ctx == nullptr)
+            return false;
+        if (source_.descriptor() < 0 || ended_count_ != s_ended_count)
+            source_.open(coap_context_get_coap_fd(g_coap_ctx));
+        ended_count_ = s_ended_count;
+        milliseconds = kPollingMilliseconds;
+        if (source_.descriptor() < 0)
+            return true;
+        coap_tick_t now;
+        coap_ticks(&now);
+        const unsigned next = coap_io_prepare_epoll(g_coap_ctx, now);
+        const bool sooner = next != 0 && next < unsigned{kProcessingSeconds} * 1000;
+        milliseconds = static_cast<int>(sooner ? next : kProcessingSeconds * 1000);
         return true;
-    coap_tick_t now;
-    coap_ticks(&now);
-    const unsigned next = coap_io_prepare_epoll(g_coap_ctx, now);
-    const bool sooner = next != 0 && next < unsigned{kProcessingSeconds} * 1000;
-    milliseconds = static_cast<int>(sooner ? next : kProcessingSeconds * 1000);
-    return true;
-}
+    }
 
-void process_input() {
-    const CoapWork work;
-    if (g_coap_ctx != nullptr)
-        coap_io_process(g_coap_ctx, COAP_IO_NO_WAIT);
-}
+    void process_input() {
+        const long end = steady_seconds() + kProcessingSeconds;
+        CoapEvents events;
+        do {
+            events = source_.take(kBusyMilliseconds);
+            process(events);
+        } while (events.count != 0 && steady_seconds() < end && g_run_flag != 0);
+    }
 
-/**
- * Has libcoap process what comes, three seconds at most: waits outside the lock, processes under
- * it. While something comes there is no pause, since a platform that waits for each answer would
- * wait for all of them.
- */
-void receive() {
-    int descriptor;
-    int milliseconds;
-    if (!prepare_wait(descriptor, milliseconds))
-        return;
-    const long end = steady_seconds() + kProcessingSeconds;
-    bool input;
-    do {
-        input = s_wake_pipe.wait(descriptor, milliseconds);
-        process_input();
-        // The timers, which the descriptor tells of, have been set by libcoap behind its work.
-        milliseconds = static_cast<int>(end - steady_seconds()) * 1000;
-    } while (input && milliseconds > 0 && g_run_flag != 0);
-}
+    /** The events refer to sessions of the context: another one must not see them. */
+    void process(CoapEvents& events) {
+        const CoapWork work;
+        if (events.count != 0 && g_coap_ctx != nullptr && ended_count_ == s_ended_count)
+            coap_io_do_epoll(g_coap_ctx, events.list, static_cast<std::size_t>(events.count));
+    }
+
+    static void process_timers() {
+        const CoapWork work;
+        if (g_coap_ctx != nullptr)
+            coap_io_process(g_coap_ctx, COAP_IO_NO_WAIT);
+    }
+
+    CoapEventSource source_;
+    unsigned ended_count_ = 0;
+};
 
 } // namespace
 
@@ -299,8 +325,9 @@ void* frame_coap_recv(void*) {
         g_run_flag = g_coap_ctx != nullptr ? 1 : 0;
         g_coap_recv_thread = 1;
     }
+    Receiver receiver;
     while (g_run_flag != 0) {
-        receive();
+        receiver.receive();
         sleep_microseconds(kPauseMicroseconds);
     }
     g_coap_recv_thread = 0;

@@ -31,7 +31,8 @@ private:
     bool open_;
 };
 
-/** A connection, two for waiting, and one for the root certificates. */
+/** A connection, two for waiting, and one for the root certificates or, later, the receive thread.
+ */
 bool has_descriptors() {
     const TwoDescriptors some;
     const TwoDescriptors more;

@@ -42,6 +42,7 @@ std::atomic<int> s_keepalive{-1};
 std::atomic<int> s_log_level{-1};
 std::atomic<int> s_tls_log_level{-1};
 std::atomic<bool> s_recording{false};
+std::atomic<bool> s_descriptor_hidden{false};
 thread_local Fault t_fault = Fault::none;
 thread_local bool t_making_context = false; // libcoap starts itself up once more then
 
@@ -135,6 +136,7 @@ void reset() {
     for (auto* const value : {&s_keepalive, &s_log_level, &s_tls_log_level})
         *value = -1;
     s_recording = false;
+    s_descriptor_hidden = false;
     t_fault = Fault::none;
     const std::lock_guard guard(s_mutex);
     s_sent.clear();
@@ -144,6 +146,10 @@ void reset() {
 
 void fail_next(Fault fault) {
     t_fault = fault;
+}
+
+void hide_descriptor(bool hidden) {
+    s_descriptor_hidden = hidden;
 }
 
 int overlaps() {
@@ -249,6 +255,17 @@ int coap_io_process(coap_context_t* context, std::uint32_t milliseconds) {
     REAL(coap_io_process);
     const Inside inside(context);
     return call(context, milliseconds);
+}
+
+int coap_context_get_coap_fd(const coap_context_t* context) {
+    REAL(coap_context_get_coap_fd);
+    return s_descriptor_hidden.load(kRelaxed) ? -1 : call(context);
+}
+
+void coap_io_do_epoll(coap_context_t* context, epoll_event* events, std::size_t count) {
+    REAL(coap_io_do_epoll);
+    const Inside inside(context);
+    call(context, events, count);
 }
 
 unsigned int coap_io_prepare_epoll(coap_context_t* context, coap_tick_t now) {

@@ -35,6 +35,9 @@ enum class Fault {
 /** Makes the next such call of this thread fail. */
 void fail_next(Fault fault);
 
+/** Has libcoap say that it has no descriptor to wait on, as where it was built without epoll. */
+void hide_descriptor(bool hidden);
+
 /** Two threads inside libcoap with one context at the same time. Must stay 0. */
 int overlaps();
 /** Changes of libcoap's own settings by a thread that didn't hold `g_coap_lock`. Must stay 0. */

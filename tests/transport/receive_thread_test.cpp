@@ -258,6 +258,15 @@ TEST_F(ReceiveThreadTest, AnIdleReceiveThreadPauses) {
     EXPECT_TRUE(wait_until([] { return s_pauses != 0; }));
 }
 
+TEST_F(ReceiveThreadTest, ServesWithoutADescriptorToWaitOn) {
+    probe::hide_descriptor(true);
+    Connection platform = establish(listener_);
+    platform.send(request(kPost, kAnyResource));
+    EXPECT_EQ(platform.next_exchange().code, kContent);
+    EXPECT_LT(duration_of([] { frame_coap_close(); }), kAtOnce);
+    expect_ended_at_once();
+}
+
 TEST_F(ReceiveThreadTest, APlatformThatNeverSendsItsCsmIsGivenUp) {
     set_platform(listener_);
     ASSERT_EQ(frame_coap_connect(), 0);
