@@ -8,6 +8,7 @@
 #include <utility>
 
 #include <poll.h>
+#include <sys/epoll.h>
 
 #include "fuzz/harness.h"
 #include "state/state.h"
@@ -107,6 +108,10 @@ void set_platform(int port) {
 extern "C" int poll(pollfd* watched, nfds_t count, int) {
     const timespec at_once{};
     return ppoll(watched, count, &at_once, nullptr);
+}
+
+extern "C" int epoll_wait(int instance, epoll_event* events, int capacity, int) {
+    return epoll_pwait(instance, events, capacity, 0, nullptr);
 }
 
 void fuzz::run(Input input) {
