@@ -5,6 +5,7 @@
 #include <fstream>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include "waiting.h"
@@ -17,6 +18,21 @@ nlohmann::json read_json(const std::filesystem::path& file) {
     std::ifstream stream(file);
     return nlohmann::json::parse(stream);
 }
+
+/** Keeps the device library from writing its state meanwhile, over what is changed here. */
+class WritersLock {
+public:
+    explicit WritersLock(const std::filesystem::path& folder)
+        : folder_(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+        flock(folder_, LOCK_EX);
+    }
+    ~WritersLock() { close(folder_); }
+    WritersLock(const WritersLock&) = delete;
+    WritersLock& operator=(const WritersLock&) = delete;
+
+private:
+    int folder_;
+};
 
 } // namespace
 
@@ -51,6 +67,7 @@ void Gateway::go_online(const Platform& platform) {
 }
 
 void Gateway::edit(const std::function<void(nlohmann::json&)>& change) const {
+    const WritersLock lock(folder_.path());
     nlohmann::json content = state();
     change(content);
     const std::filesystem::path next = folder_ / "gateway.json.next";

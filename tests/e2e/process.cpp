@@ -159,7 +159,7 @@ long Process::private_kilobytes() const {
         std::istringstream words(line);
         std::string name;
         long kilobytes = 0;
-        if (words >> name >> kilobytes && name.starts_with("Private_"))
+        if (words >> name >> kilobytes && name == "Private_Dirty:")
             total += kilobytes;
     }
     return total;

@@ -52,7 +52,10 @@ public:
     /** Open descriptors and threads, from /proc. */
     std::size_t descriptors() const;
     std::size_t threads() const;
-    /** Private memory in KB, from /proc. */
+    /**
+     * Private memory that has been written to, in KB, from /proc. What was only read becomes
+     * private, too, when other processes with the same files end.
+     */
     long private_kilobytes() const;
 
 private:
