@@ -91,8 +91,7 @@ struct DeleteTree {
     void operator()(cJSON* tree) const { cJSON_Delete(tree); }
 };
 
-/** As Builder::beyond_cjson(), for what no event tells. */
-bool beyond_cjson(const std::string& body) {
+bool too_short_for_mark(const std::string& body) {
     return body.starts_with("\xEF\xBB\xBF") && body.size() < kShortestMarked;
 }
 
@@ -139,7 +138,7 @@ std::optional<Value> parse_value(const std::string& body) {
     const bool standard = nlohmann::json::sax_parse(
         body, &strict, nlohmann::json::input_format_t::json, false /* bytes may follow */);
     if (!tree) {
-        require(!standard || strict.beyond_cjson() || beyond_cjson(body),
+        require(!standard || strict.beyond_cjson() || too_short_for_mark(body),
                 "JSON that was not taken");
         return std::nullopt;
     }
